@@ -1,0 +1,265 @@
+#include "movegen/generators.h"
+
+#include "movegen/generated.h"
+#include "movegen/ordering.h"
+#include "position/board.h"
+#include "position/fen.h"
+#include "position/move_text.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace {
+
+class Generators : public testing::Test {
+  protected:
+    void SetUp() override {
+        ClearMoveStats();
+        Ply = 0;
+        PlyState[0] = {};
+    }
+
+    std::vector<MoveEntry> Captures() {
+        return Generated([] { GenerateCaptures(thread_board.ColourPieces[ChangeSide(thread_board.SideToMove)]); });
+    }
+    std::string Quiets() {
+        return TextsOf(Generated([] { GenerateQuiets(0); }));
+    }
+    std::string Checks() {
+        return TextsOf(Generated([] { GenerateChecks(0); }));
+    }
+    std::string Evasions() { return TextsOf(Generated(GenerateEvasionsPlain)); }
+    void Play(std::initializer_list<const char*> moves) {
+        for (const char* move : moves) {
+            MakeMove(MoveFromText(move), 1);
+        }
+    }
+};
+
+TEST_F(Generators, OrderOfQuietMoves) {
+    PlaceStartPosition();
+    EXPECT_TRUE(Captures().empty());
+    EXPECT_EQ(Quiets(),
+              "b1a3 b1c3 g1f3 g1h3 a2a3 a2a4 b2b3 b2b4 c2c3 c2c4 d2d3 d2d4 e2e3 e2e4 f2f3 f2f4 g2g3 g2g4 "
+              "h2h3 h2h4");
+    Play({"e2e4"});
+    EXPECT_EQ(Quiets(),
+              "b8a6 b8c6 g8f6 g8h6 h7h6 h7h5 g7g6 g7g5 f7f6 f7f5 e7e6 e7e5 d7d6 d7d5 c7c6 c7c5 b7b6 b7b5 "
+              "a7a6 a7a5")
+        << "black pawns from the highest square down";
+    SetupFen("4k3/P7/8/8/8/1p6/1P4B1/R3K2R w KQ -");
+    EXPECT_EQ(Quiets(),
+              "e1g1 e1c1 g2f1 g2f3 g2h3 g2e4 g2d5 g2c6 g2b7 g2a8 a1b1 a1c1 a1d1 a1a2 a1a3 a1a4 a1a5 a1a6 "
+              "h1f1 h1g1 h1h2 h1h3 h1h4 h1h5 h1h6 h1h7 h1h8 e1d1 e1f1 e1d2 e1e2 e1f2");
+}
+
+TEST_F(Generators, OrderOfCapturesAndPromotions) {
+    SetupFen("3r1n2/4P3/8/8/8/8/8/K6k w - -");
+    EXPECT_EQ(TextsOf(Captures()), "e7d8q e7d8n e7d8r e7d8b e7f8q e7f8n e7f8r e7f8b");
+    EXPECT_EQ(TextsOf(Generated([] { GenerateSafeCaptures(thread_board.ColourPieces[BLACK]); })), "e7d8q e7f8q");
+    EXPECT_EQ(TextsOf(Generated(GeneratePromotions)), "e7e8q e7e8r e7e8n e7e8b");
+
+    SetupFen("k7/P5P1/8/8/8/8/2p3p1/K7 b - -");
+    EXPECT_EQ(TextsOf(Generated(GeneratePromotions)), "g2g1q g2g1r g2g1n g2g1b c2c1q c2c1r c2c1n c2c1b");
+    EXPECT_EQ(TextsOf(Captures()), "a8a7");
+
+    SetupFen("4k3/8/8/2pqp3/3Pn3/1N3B2/8/3QK3 w - -");
+    EXPECT_EQ(TextsOf(Captures()), "d4c5 d4e5 b3c5 f3e4");
+    SetupFen("4k3/8/8/2pqp3/3P1P2/8/8/4K3 b - -");
+    EXPECT_EQ(TextsOf(Captures()), "e5d4 e5f4 c5d4 d5d4") << "black pawns from the highest square down";
+}
+
+TEST_F(Generators, EnPassant) {
+    PlaceStartPosition();
+    Play({"e2e4", "d7d5", "e4e5", "f7f5"});
+    const std::vector<MoveEntry> taken = Captures();
+    ASSERT_EQ(TextsOf(taken), "e5f6");
+    EXPECT_EQ(taken[0].Score, 100901);
+    EXPECT_EQ(taken[0].Safety, SAFE);
+    EXPECT_EQ(MoveCaptured(taken[0].Move), NO_PIECE);
+    GameHistory[GamePly++].move = 0;
+    EXPECT_EQ(TextsOf(Captures()), "") << "after a null move";
+    ClearHistory();
+    EXPECT_EQ(TextsOf(Captures()), "") << "without a last move";
+
+    PlaceStartPosition();
+    Play({"e2e4", "d7d5", "e4e5", "d5d4"});
+    EXPECT_EQ(TextsOf(Captures()), "") << "after a single step";
+
+    SetupFen("4k3/8/8/8/PpPp4/8/8/4K3 b - c3");
+    EXPECT_EQ(TextsOf(Captures()), "b4c3 d4c3");
+    SetupFen("4k3/8/8/7p/PpP5/8/8/4K3 b - a3");
+    EXPECT_EQ(TextsOf(Captures()), "b4a3") << "h5 stands beside a4 on no board";
+    SetupFen("4k3/8/3n4/3pP3/8/8/8/4K3 w - d6");
+    EXPECT_EQ(TextsOf(Captures()), "e5d6");
+    EXPECT_EQ(MoveCaptured(Captures()[0].Move), KNIGHT) << "a set-up with a man on the passed square";
+}
+
+TEST_F(Generators, Castling) {
+    struct Case {
+        const char* fen;
+        bool shortly, longly;
+    };
+    const Case cases[] = {
+        {"4k3/8/8/8/8/8/8/R3K2R w KQ -", true, true},        {"1r2k3/8/8/8/8/8/8/R3K2R w KQ -", true, true},
+        {"2r1k3/8/8/8/8/8/8/R3K2R w KQ -", true, false},     {"3rk3/8/8/8/8/8/8/R3K2R w KQ -", true, false},
+        {"4kr2/8/8/8/8/8/8/R3K2R w KQ -", false, true},      {"4k1r1/8/8/8/8/8/8/R3K2R w KQ -", false, true},
+        {"4k2r/8/8/8/8/8/8/R3K2R w KQ -", true, true},       {"4k3/8/8/8/8/8/8/RN2K2R w KQ -", true, false},
+        {"4k3/8/8/8/8/8/8/R3KB1R w KQ -", false, true},      {"4k3/8/8/8/8/8/8/R3K2R w Q -", false, true},
+        {"r3k2r/8/8/8/8/8/8/4K3 b kq -", true, true},        {"r3k2r/8/8/8/8/8/8/1R2K3 b kq -", true, true},
+        {"r3k2r/8/8/8/8/8/8/3RK3 b k -", true, false},       {"r3k2r/8/8/8/8/8/8/4KR2 b kq -", false, true},
+        {"r3k2r/8/8/8/8/8/6P1/2R1K1R1 b kq -", true, false},
+    };
+    for (const Case& test : cases) {
+        SetupFen(test.fen);
+        int found[2] = {0, 0};
+        for (const MoveEntry& entry : Generated([] { GenerateQuiets(1); })) {
+            if (IsCastling(entry.Move)) {
+                EXPECT_EQ(entry.Safety, SAFE);
+                ++found[FileOf(MoveTo(entry.Move)) == 2];
+            }
+        }
+        EXPECT_EQ(found[0], test.shortly) << test.fen;
+        EXPECT_EQ(found[1], test.longly) << test.fen;
+    }
+}
+
+TEST_F(Generators, Evasions) {
+    struct Case {
+        const char* name;
+        const char* fen;
+        const char* evasions;
+    };
+    const Case cases[] = {
+        {"double check: king moves only", "4k3/8/8/8/1b6/3n4/2Q5/4K3 w - -", "e1d1 e1f1 e1e2"},
+        {"not back along the line", "4k3/4r3/8/8/8/4K3/8/8 w - -", "e3d2 e3f2 e3d3 e3f3 e3d4 e3f4"},
+        {"a pinned knight stays", "4k3/4r3/8/8/8/4N3/2n5/4K3 w - -", "e1d1 e1f1 e1d2 e1e2 e1f2"},
+        {"order: king, pieces, pushes, pawn captures", "4k3/8/8/8/3r4/2P1PN2/BP6/Q2K3R w - -",
+         "d1c1 d1e1 d1c2 d1e2 f3d2 f3d4 c3d4 e3d4"},
+        {"double pushes before single ones", "4k3/8/8/8/r5K1/8/2PPP3/8 w - -",
+         "g4f3 g4g3 g4h3 g4f5 g4g5 g4h5 c2c4 d2d4 e2e4"},
+        {"a single push blocks", "4k3/8/8/8/8/r6K/3PP3/8 w - -", "h3g2 h3h2 h3g4 h3h4 d2d3 e2e3"},
+        {"promotions", "3rk3/2P5/8/8/8/8/8/3K4 w - -", "d1c1 d1e1 d1c2 d1e2 c7d8q c7d8r c7d8b c7d8n"},
+        {"promotion to block", "r6K/2P5/8/8/8/8/8/k7 w - -", "h8g7 h8h7 c7c8q c7c8r c7c8b c7c8n"},
+        {"en passant from both sides", "8/8/8/2PpP3/4K3/8/8/7k w - d6", "e4d3 e4e3 e4f3 e4d4 e4f4 e4d5 e4f5 c5d6 e5d6"},
+        {"en passant would open a line", "7k/8/5b2/3Pp3/3K4/8/8/8 w - e6", "d4c3 d4d3 d4e3 d4c4 d4e4 d4c5"},
+        {"black", "4k3/8/8/8/8/8/8/4RK2 b - -", "e8d7 e8f7 e8d8 e8f8"},
+    };
+    for (const Case& test : cases) {
+        SetupFen(test.fen);
+        EXPECT_EQ(Evasions(), test.evasions) << test.name;
+        EXPECT_EQ(IsCheckmated(), test.evasions[0] == 0) << test.name;
+    }
+
+    SetupFen("R3k3/8/4K3/8/8/8/8/8 b - -");
+    EXPECT_TRUE(IsCheckmated());
+    EXPECT_EQ(GenerateEvasionsNow(), 0);
+}
+
+TEST_F(Generators, EvasionStage) {
+    SetupFen("4k3/8/8/8/8/8/8/4RK2 b - -");
+    PlyState[0].TriedCount = 3;
+    MoveCount = 0;
+    EXPECT_EQ(GenerateEvasions(STAGE_EVASIONS), 0);
+    EXPECT_EQ(MoveCount, 0);
+    GenerateEvasionsPlain();
+    EXPECT_EQ(MoveCount, 4);
+    EXPECT_EQ(PlyState[0].TriedCount, 3) << "only the staged ones begin the ply anew";
+    EXPECT_EQ(GenerateEvasions(STAGE_START), STAGE_EVASIONS);
+    EXPECT_EQ(MoveCount, 8) << "appended above what is there";
+    EXPECT_EQ(PlyState[0].TriedCount, 0);
+}
+
+TEST_F(Generators, Checks) {
+    struct Case {
+        const char* name;
+        const char* fen;
+        const char* checks;
+    };
+    const Case cases[] = {
+        {"a screen's every move", "8/8/8/8/8/8/4K3/R1B4k w - -", "c1b2 c1d2 c1a3 c1e3 c1f4 c1g5 c1h6"},
+        {"both pushes on the king's rank", "8/8/8/8/8/8/R2P3k/4K3 w - -", "d2d3 d2d4"},
+        {"none on the king's file", "4k3/8/8/8/8/8/4P3/4R1K1 w - -", ""},
+        {"single and double push", "8/8/8/4k3/8/4KP2/3P4/8 w - -", "f3f4 d2d4"},
+        {"black's double push", "8/3p4/4kp2/8/4K3/8/8/8 b - -", "f6f5 d7d5"},
+        {"queens before rooks, diagonals before lines", "4k3/8/8/8/8/8/7Q/K6R w - -", "h2h5 h2e2 h2e5 h2b8 h2h8 h1e1"},
+        {"a diagonal opens", "8/7k/8/8/4P3/8/8/1B2K3 w - -", "e4e5"},
+        {"short castling on the file", "5k2/8/8/8/8/8/8/4K2R w K -", "h1f1 h1h8 e1g1"},
+        {"long castling along the rank", "8/8/8/8/8/8/P7/R3K2k w Q -", "e1d2 e1e2 e1f2 e1c1"},
+        {"the king leaves the line", "4k3/8/8/8/4K3/8/4R3/8 w - -", "e4d3 e4f3 e4d4 e4f4 e4d5 e4f5"},
+        {"losing checks are dropped", "4k3/8/8/8/5n2/4p3/3p4/K2Q4 w - -", "d1a4"},
+        {"a promotion is no quiet check", "8/3P1k2/8/8/8/8/8/K7 w - -", ""},
+    };
+    for (const Case& test : cases) {
+        SetupFen(test.fen);
+        EXPECT_EQ(Checks(), test.checks) << test.name;
+    }
+}
+
+TEST_F(Generators, SinglePromotion) {
+    SetupFen("1r2k3/2P5/8/8/8/8/8/4K3 w - -");
+    const std::vector<MoveEntry> moves = Generated([] {
+        AppendPromotion(C7, C8, QUEEN);
+        AppendPromotion(C7, C8, KNIGHT);
+    });
+    ASSERT_EQ(TextsOf(moves), "c7c8q c7c8n");
+    EXPECT_EQ(moves[0].Safety, LOSING);
+    EXPECT_EQ(moves[1].Safety, LOSING);
+    EXPECT_EQ(moves[0].Score, NO_VICTIM_SCORE);
+}
+
+/// Boards that no game reaches: any man on any square, kings missing or many, a double push that never was. The
+/// generators answer with words that fit the board, in the room a batch has.
+TEST_F(Generators, ImpossibleBoards) {
+    std::mt19937 random(3);
+    for (int round = 0; round < 4000; ++round) {
+        ClearBoard();
+        ClearHistory();
+        const auto density = random() % 9 + 1;
+        constexpr int codes[] = {KING, KNIGHT, PAWN, ROOK, BISHOP, QUEEN, QUEEN, PAWN};
+        for (int square = 0; square < 64; ++square) {
+            if (random() % 10 < density) {
+                PlacePiece(square, static_cast<Colour>(random() % 2), round % 5 == 0 ? QUEEN : codes[random() % 8]);
+            }
+        }
+        thread_board.KingSquare[WHITE] = static_cast<int>(random() % 64);
+        thread_board.KingSquare[BLACK] = static_cast<int>(random() % 64);
+        thread_board.SideToMove = static_cast<Colour>(random() % 2);
+        thread_board.CastlingFlags = 0;
+        if (round % 3 == 0) {
+            const int from = static_cast<int>(random() % 48);
+            const bool white = thread_board.SideToMove == BLACK;
+            GameHistory[0].move = white ? BuildMove(from, from + 16, PAWN) : BuildMove(from + 16, from, PAWN);
+            GamePly = 1;
+        }
+        PlyState[0].AttackMap[WHITE] = PlyState[0].AttackMap[BLACK] = round % 2 == 0 ? 0 : random();
+
+        const Bitboard targets = thread_board.ColourPieces[ChangeSide(thread_board.SideToMove)];
+        std::vector<MoveEntry> moves = Generated([&] {
+            GenerateCaptures(targets);
+            GeneratePromotions();
+            GenerateQuiets(0);
+        });
+        ASSERT_LE(moves.size(), static_cast<std::size_t>(MAX_MOVES));
+        for (auto* generate : {GenerateEvasionsPlain, +[] { GenerateChecks(0); }, +[] { GenerateSafeQuiets(1); }}) {
+            const std::vector<MoveEntry> more = Generated(generate);
+            ASSERT_LE(more.size(), static_cast<std::size_t>(MAX_MOVES));
+            moves.insert(moves.end(), more.begin(), more.end());
+        }
+        IsCheckmated();
+        for (const MoveEntry& entry : moves) {
+            const Move move = entry.Move;
+            ASSERT_EQ(move >> 21, 0u);
+            ASSERT_EQ(MoveCaptured(move), static_cast<int>(thread_board.Board[MoveTo(move)])) << TextOf(move);
+            if (MovePiece(move) != KING) {
+                ASSERT_EQ(MovePiece(move), static_cast<int>(thread_board.Board[MoveFrom(move)])) << TextOf(move);
+                ASSERT_LE(std::abs(RankOf(MoveFrom(move)) - RankOf(MoveTo(move))), MovePiece(move) == PAWN ? 2 : 7);
+            }
+        }
+    }
+    ClearHistory();
+    PlaceStartPosition();
+}
+
+}  // namespace
