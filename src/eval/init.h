@@ -1,0 +1,19 @@
+// The start-up steps of the evaluation.
+#pragma once
+
+/// Fills PieceSquareTable from the 16-bit source rows: at start-up the built-in numbers, in the self test the
+/// parameters' values.
+void BuildPieceSquareTable();
+
+/// Needs KnightDistance.
+void InitKnightIntercept();
+
+/// Sets the opposite-bishops tables to 256, before any file is read.
+void InitOppositeBishops();
+
+/// Fills KingZoneValue with its start values, before any file is read.
+void InitKingZoneValue();
+
+/// Reads "values.txt" if there is one and builds every table that depends on it: the move statistics, the
+/// derived rows, the material table, the packed tables. At start-up and again by `reload`.
+void InitEvaluation();
