@@ -1,7 +1,7 @@
 // Move generators, one flat routine per stage, each appending scored and judged moves to MoveList.
 //
 // All but the evasion routines are pseudo-legal: pins and the safety of the king's target are the caller's.
-// The evasion routines give legal moves, except that a rare en passant or king x-ray is tested there in full.
+// The evasion routines give legal moves. No routine looks at the room in MoveList: the caller leaves MAX_MOVES.
 // `targets` is always ColourPieces of the side not to move; of `plane` only bit 0 counts.
 #pragma once
 

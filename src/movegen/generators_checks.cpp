@@ -41,8 +41,7 @@ void AppendChecks(const CheckLines& lines, int from, int piece, Bitboard destina
     }
 }
 
-/// A queen's discovered checks are not looked for: one that screens a line of its own side nearly always has a
-/// direct check too.
+/// A queen's discovered checks are not looked for.
 template <Colour us>
 void QueenChecks(const CheckLines& lines) {
     Bitboard queens = thread_board.Pieces[QUEEN][us];

@@ -14,4 +14,6 @@ const std::int64_t process_start = SteadyCentiseconds();
 
 }  // namespace
 
-std::int32_t ClockCentiseconds() { return static_cast<std::int32_t>(SteadyCentiseconds() - process_start); }
+std::int32_t ClockCentiseconds() {
+    return static_cast<std::int32_t>(SteadyCentiseconds() - process_start);
+}

@@ -5,7 +5,9 @@
 
 #include <cerrno>
 
-bool StandardInputReady() { return WaitForStandardInput(0); }
+bool StandardInputReady() {
+    return WaitForStandardInput(0);
+}
 
 bool WaitForStandardInput(int milliseconds) {
     pollfd input{STDIN_FILENO, POLLIN, 0};

@@ -9,3 +9,7 @@ void SetExitStep(void (*step)());
 
 /// From now on a write to a standard output that nobody reads any more ends the process, silently and with code 0.
 void EndWhenOutputCloses();
+
+/// From now on an interrupt (Ctrl-C) leaves the process alone. An xboard front end sends one whenever it wants a
+/// pondering engine to look at its input, which the engine does by itself.
+void IgnoreInterrupts();

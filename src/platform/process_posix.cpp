@@ -35,3 +35,7 @@ void ExitEngine(int code) {
 void EndWhenOutputCloses() {
     std::signal(SIGPIPE, EndNow);
 }
+
+void IgnoreInterrupts() {
+    std::signal(SIGINT, SIG_IGN);
+}

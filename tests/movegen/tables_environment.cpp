@@ -6,7 +6,10 @@ namespace {
 
 class BoardTables : public testing::Environment {
   public:
-    void SetUp() override { FillBoardTables(); }
+    void SetUp() override {
+        FillBoardTables();
+        FillPieceSquaresAtRandom();
+    }
 };
 
 testing::Environment* const board_tables = testing::AddGlobalTestEnvironment(new BoardTables);

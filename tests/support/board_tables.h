@@ -7,14 +7,18 @@
 
 #include <random>
 
-/// Fills keys, masks and attack sets, and PieceSquareTable with random words: a sum that is kept wrongly then
-/// shows, whatever the evaluation's own numbers are.
+/// Fills keys, masks and attack sets.
 inline void FillBoardTables() {
     InitZobristKeys();
     InitializeBitMasks();
     InitializeBitBoards();
     InitMagics();
     InitKnightDistance();
+}
+
+/// Fills PieceSquareTable with random words: a sum that is kept wrongly then shows, whatever the evaluation's own
+/// numbers are.
+inline void FillPieceSquaresAtRandom() {
     std::mt19937 random(20250101);
     for (const int code : {KING, KNIGHT, PAWN, ROOK, BISHOP, QUEEN}) {
         for (const int colour : {WHITE, BLACK}) {

@@ -1,0 +1,45 @@
+// The console and xboard commands, one routine each. They act on CommandLine and its Tokens and print their answers.
+// The UCI commands stand in frontend/uci.h; edit, analyze and demo, which go on for more than a line, in their own
+// headers.
+#pragma once
+
+#include <string_view>
+
+// Life of the engine.
+[[noreturn]] void Quit();
+void Clean();
+void Help();
+
+// The game.
+void MoveTypedIn();
+void NewGame();
+void Reset();
+void LoadFen();
+void WhiteToMove();
+void BlackToMove();
+void Remove();
+void Undo();
+
+// Settings.
+void Post();
+void NoPost();
+void Easy();
+void Hard();
+void Force();
+void Fritz();
+void Xboard();
+void Level();
+void SetDepth();
+void SetMoveTime();
+void SetTime();
+
+// What is shown.
+void PrintBoard();
+void PrintCastlingFlags();
+void PrintBookMoves();
+void PrintTablebaseStatus();
+void EvaluateEpd();
+void CountPerft();
+
+/// Prints "Illegal move: " and the line as it came.
+void PrintIllegalMove(std::string_view line);

@@ -1,0 +1,7 @@
+#include "frontend/interpreter.h"
+#include "frontend/startup.h"
+
+int main() {
+    StartEngine();
+    RunCommandLoop();
+}

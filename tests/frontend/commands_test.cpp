@@ -1,0 +1,296 @@
+// What a line does to the settings and to the board. What it prints is tested on the whole program.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <string_view>
+
+#include "eval/evaluation.h"
+#include "frontend/game.h"
+#include "frontend/interpreter.h"
+#include "frontend/startup.h"
+#include "movegen/search_records.h"
+#include "position/board.h"
+#include "position/fen.h"
+#include "position/settings.h"
+#include "search/transposition.h"
+#include "tools/foreign_path.h"
+
+namespace {
+
+constexpr std::string_view START = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - ";
+
+class Commands : public testing::Test {
+  protected:
+    static void SetUpTestSuite() { StartEngine(); }
+
+    void SetUp() override { Run({"xboard", "new", "force"}); }
+
+    static void Run(std::initializer_list<std::string_view> lines) {
+        for (const std::string_view line : lines) {
+            CommandLine.Assign(line);
+            Interpret();
+        }
+    }
+
+    static std::string Fen() { return WriteFen(0); }
+};
+
+TEST_F(Commands, LevelTakesItsTokensFromTheEndItHas) {
+    struct Case {
+        const char* line;
+        std::int32_t moves;
+        std::int32_t increment;
+    };
+    const Case cases[] = {
+        {"level 40 5 0", 40, 0}, {"level 40 5:30 2", 40, 200}, {"level 0 2 12", 0, 1200},     {"level 7", 7, 1200},
+        {"level", 7, 1200},      {"level x y z", 0, 0},        {"level 30 5:0:1 9", 30, 100},
+    };
+    for (const Case& each : cases) {
+        Run({each.line});
+        EXPECT_EQ(MovesPerPeriod, each.moves) << each.line;
+        EXPECT_EQ(TimeIncrement, each.increment) << each.line;
+    }
+}
+
+TEST_F(Commands, LimitsAreKeptUntilTheyAreReset) {
+    Run({"st 10", "sd 7", "time 1234", "nopost"});
+    EXPECT_EQ(MoveTime, 1000);
+    EXPECT_EQ(MaxDepth, 7);
+    EXPECT_EQ(TimeLeft, 1234);
+    EXPECT_EQ(PostThinking, 0);
+    Run({"st 99999999999", "sd", "st", "post"});
+    EXPECT_EQ(MoveTime, 2147483647);
+    EXPECT_EQ(MaxDepth, 7);
+    EXPECT_EQ(PostThinking, 1);
+    Run({"new"});
+    EXPECT_EQ(MoveTime, 0);
+    EXPECT_EQ(MaxDepth, NO_DEPTH_LIMIT);
+    EXPECT_EQ(ForceMode, 0);
+    EXPECT_EQ(TimeLeft, 1234);
+    Run({"time -1"});
+}
+
+TEST_F(Commands, PonderingIsSwitchedBothWays) {
+    Run({"easy"});
+    EXPECT_EQ(PonderOn, 0);
+    Run({"hard"});
+    EXPECT_EQ(PonderOn, 1);
+    Run({"uci"});
+    EXPECT_EQ(PonderOn, 0);
+    EXPECT_EQ(UciMode, 1);
+    Run({"xboard"});
+    EXPECT_EQ(PonderOn, 1);
+    EXPECT_EQ(UciMode, 0);
+    Pondering = 0;
+    Run({"easy", "hard"});
+    EXPECT_EQ(PonderOn, 0);
+    Pondering = 1;
+}
+
+TEST_F(Commands, ANewGameForgetsOnlyWhereItShould) {
+    const auto remember = [] {
+        PrevRootScore = 55;
+        PrevRootSide = BLACK;
+        SearchesDone = 9;
+        BookLearnDone = 1;
+    };
+    const auto remembers = [] { return PrevRootScore != 0 && PrevRootSide != 0 && SearchesDone != 0; };
+    remember();
+    Run({"new"});
+    EXPECT_FALSE(remembers());
+    EXPECT_EQ(BookLearnDone, 0);
+    Run({"uci"});
+    remember();
+    Run({"new", "position startpos"});
+    EXPECT_TRUE(remembers());
+    EXPECT_EQ(BookLearnDone, 1);
+    Run({"ucinewgame"});
+    EXPECT_FALSE(remembers());
+    remember();
+    Run({"reset"});
+    EXPECT_FALSE(remembers());
+    remember();
+    Run({"position fen 4k3/8/8/8/8/8/8/4K2R w K -"});
+    EXPECT_EQ(PrevRootScore, 0);
+    EXPECT_EQ(SearchesDone, 9);
+    Run({"xboard", "fritz"});
+    remember();
+    Run({"new"});
+    EXPECT_TRUE(remembers());
+    FritzMode = 0;
+}
+
+TEST_F(Commands, MovesAreMadeAndTakenBack) {
+    Run({"E2E4", "e7e5", "e1e3", "g1f3"});
+    EXPECT_EQ(Fen(), "rnbqkbnr/pppp1ppp/8/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R b KQkq - ");
+    Run({"undo"});
+    EXPECT_EQ(GamePly, 2);
+    Run({"e1e2", "remove"});
+    EXPECT_EQ(GamePly, 1);
+    Run({"remove", "undo", "remove"});
+    EXPECT_EQ(Fen(), START);
+    EXPECT_EQ(GamePly, 0);
+}
+
+TEST_F(Commands, PositionPlaysWhatIsLegalOfItsMoves) {
+    struct Case {
+        const char* line;
+        const char* fen;
+    };
+    const Case cases[] = {
+        {"position startpos", "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - "},
+        {"position startpos moves e2e4 e2e4 junk e7e5 ", "rnbqkbnr/pppp1ppp/8/4p3/4P3/8/PPPP1PPP/RNBQKBNR w KQkq - "},
+        {"position moves", "rnbqkbnr/pppp1ppp/8/4p3/4P3/8/PPPP1PPP/RNBQKBNR w KQkq - "},
+        {"position here moves g1f3", "rnbqkbnr/pppp1ppp/8/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R b KQkq - "},
+        {"position fen 8/P6k/8/8/8/8/8/K7 w - - 47 80 moves a7a8n h7g7", "N7/6k1/8/8/8/8/8/K7 w - - "},
+        {"position fen 4k3/8/8/8/Pp6/8/8/4K3 b - a3 0 1 moves b4a3", "4k3/8/8/8/8/p7/8/4K3 w - - "},
+        {"loadfen 4k3/8/8/8/8/8/8/4K2R w KQkq -", "4k3/8/8/8/8/8/8/4K2R w K - "},
+        {"loadfen 4k3/8/8/8/8/8/8/4K3 b", "4k3/8/8/8/8/8/8/4K3 b - - "},
+    };
+    for (const Case& each : cases) {
+        Run({each.line});
+        EXPECT_EQ(Fen(), each.fen) << each.line;
+        EXPECT_TRUE(PositionIsConsistent()) << each.line;
+    }
+}
+
+TEST_F(Commands, APositionLineHasNoBoundOfTokens) {
+    std::string line = "position startpos moves";
+    for (int i = 0; i < 1500; ++i) {
+        line += i % 4 == 0 ? " g1f3" : i % 4 == 1 ? " g8f6" : i % 4 == 2 ? " f3g1" : " f6g8";
+    }
+    line += std::string(3000, ' ') + "e2e4";
+    Run({line});
+    EXPECT_EQ(Fen(), "rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq - ");
+    EXPECT_EQ(GamePly + DroppedPlies, 1501);
+    EXPECT_LE(GamePly, HISTORY_RECORDS - HISTORY_SEARCH_ROOM + 1);
+
+    std::string many = "position startpos moves";
+    for (int i = 0; i < 2500; ++i) {
+        many += " xx";
+    }
+    Run({many + " d2d4"});
+    EXPECT_EQ(Fen(), "rnbqkbnr/pppppppp/8/8/3P4/8/PPP1PPPP/RNBQKBNR b KQkq - ");
+}
+
+// The side to move can be changed without a move, and a FEN may tell of a push that nobody made: taking back must
+// leave a whole position all the same.
+TEST_F(Commands, TakingBackIsSafeAfterEverything) {
+    const std::initializer_list<std::string_view> scripts[] = {
+        {"e2e4", "white", "undo"},
+        {"g1f3", "white", "e2e4", "undo", "undo"},
+        {"g1f3", "white", "e2e4", "black", "white", "remove"},
+        {"e2e4", "a7a6", "black", "b7b6", "remove", "remove"},
+        {"position fen 4k3/8/8/8/Pp6/8/8/4K3 b - a3", "undo"},
+        {"position fen 4k3/8/8/8/Pp6/8/R7/4K3 b - a3", "undo"},
+        {"position fen 4k3/8/8/8/Pp6/8/8/4K3 b - a3", "white", "undo"},
+        {"position fen 4k3/8/8/8/Pp6/8/8/4K3 b - a3", "b4a3", "undo", "undo"},
+        {"position fen 4k3/8/8/pP6/8/8/8/4K3 w - a6", "black", "a5a4", "undo", "undo"},
+    };
+    for (const auto& script : scripts) {
+        Run({"position startpos", "force"});
+        Run(script);
+        EXPECT_TRUE(PositionIsConsistent()) << Fen();
+    }
+    Run({"position fen 4k3/8/8/8/Pp6/8/8/4K3 b - a3", "undo"});
+    EXPECT_EQ(Fen(), "4k3/8/8/8/1p6/8/P7/4K3 w - - ");
+    Run({"position startpos", "force", "g1f3", "white", "e2e4", "undo", "undo"});
+    EXPECT_EQ(Fen(), START);
+}
+
+TEST_F(Commands, AnOwnDoublePushIsNotTakenEnPassant) {
+    Run({"position fen 4k3/8/8/8/3P4/8/4P3/4K3 w - -", "e2e4", "white"});
+    EXPECT_FALSE(IsPlayableMove(BuildMove(27, 36, PAWN)));  // d4 behind its own neighbour
+}
+
+TEST_F(Commands, MovesAreRefusedWherePlayIsImpossible) {
+    for (const char* fen : {"8/8/8/8/8/8/8/8 w", "4k3/8/8/8/8/8/4P3/8 w", "4k3/4R3/8/8/8/8/4P3/4K3 w",
+                            "P3k3/8/8/8/8/8/4P3/4K3 w", "kk6/8/8/8/8/8/4P3/4K3 w"}) {
+        Run({std::string("loadfen ") + fen});
+        const std::string before = Fen();
+        Run({"e2e4", "position here moves e2e4"});
+        EXPECT_EQ(Fen(), before);
+    }
+}
+
+TEST_F(Commands, OptionsAreClampedToWhatCanWork) {
+    struct Case {
+        const char* line;
+        std::int64_t transposition;
+        std::int64_t pawn;
+    };
+    const Case cases[] = {
+        {"setoption name Hash value 3", (3LL << 20) / 26, -1},
+        {"setoption name Hash value -5", 0, -1},
+        {"setoption name Hash value junk", 0, -1},
+        {"setoption name PawnHash value 2", 0, (2LL << 20) / 34},
+        {"setoption name PawnHash value 0", 0, 0},
+        {"setoption name PawnHash value 1", 0, (1LL << 20) / 34},
+        {"setoption name Hash valve 9", 0, -1},
+        {"setoption nome Hash value 9", 0, -1},
+    };
+    for (const Case& each : cases) {
+        Run({each.line});
+        EXPECT_EQ(TranspositionSize, each.transposition) << each.line;
+        if (each.pawn >= 0) {
+            EXPECT_EQ(PawnHashSize, each.pawn) << each.line;
+        }
+    }
+    Run({"setoption name MultiPV value 0"});
+    EXPECT_EQ(MultiPV, 1);
+    Run({"setoption name MultiPV value 5000"});
+    EXPECT_EQ(MultiPV, 1024);
+    Run({"setoption name MultiPV value 1", "setoption name Aggressivity value 151",
+         "setoption name Defensivity value -99999999999"});
+    EXPECT_EQ(Aggressivity, 151);
+    EXPECT_EQ(AggressivityRate, 75);
+    EXPECT_EQ(Cowardice, -2147483647 - 1);
+    EXPECT_GE(CowardiceRate, -1000);
+    Run({"setoption name OwnBook value false"});
+    EXPECT_EQ(OwnBook, 0);
+    Run({"setoption name OwnBook value maybe"});
+    EXPECT_EQ(OwnBook, 0);
+    Run({"setoption name OwnBook value true", "setoption name SyzygyPath value /a b;/c"});
+    EXPECT_EQ(OwnBook, 1);
+    EXPECT_EQ(EGTBPath, "/a b;/c");
+    Run({"setoption name Aggressivity value 100", "setoption name Defensivity value 100", "setoption name Hash value 8",
+         "setoption name PawnHash value 4"});
+}
+
+TEST(ForeignPath, IsFoundInEitherForm) {
+    struct Case {
+        const char* name;
+        const char* translated;
+    };
+    const Case cases[] = {
+        {"c:\\work\\source.pgn", "work/source.pgn"},
+        {"C:/work/a b.pgn", "work/a b.pgn"},
+        {"\\work\\x", "work/x"},
+        {"plain.epd", "plain.epd"},
+        {"c:", ""},
+        {"", ""},
+    };
+    for (const Case& each : cases) {
+        EXPECT_EQ(TranslateForeignPath(each.name), each.translated);
+    }
+    const std::filesystem::path before = std::filesystem::current_path();
+    const std::filesystem::path home = std::filesystem::path(testing::TempDir()) / "quorvanth-foreign-path";
+    std::filesystem::create_directories(home / "work");
+    std::filesystem::current_path(home);
+    const std::string name = "c:\\work\\source.pgn";
+    std::filesystem::remove(name);
+    EXPECT_EQ(FindForeignFile("c:\\work\\nothing.pgn"), PathForm::AsWritten);
+    std::ofstream("work/source.pgn") << "x";
+    EXPECT_EQ(FindForeignFile(name), PathForm::Translated);
+    EXPECT_EQ(PathInForm("c:\\work\\out.csv", FindForeignFile(name)), "work/out.csv");
+    std::ofstream(name) << "x";
+    EXPECT_EQ(FindForeignFile(name), PathForm::AsWritten);
+    EXPECT_EQ(PathInForm(name, PathForm::AsWritten), name);
+    std::filesystem::current_path(before);
+    std::filesystem::remove_all(home);
+}
+
+}  // namespace
