@@ -74,6 +74,15 @@ void ReadPieces() {
     }
 }
 
+// Of two kings of a colour the one placed last is known; it may be the one that has gone again.
+void FindKings() {
+    for (const Colour colour : {WHITE, BLACK}) {
+        if (const Bitboard kings = thread_board.Pieces[KING][colour]; kings != 0) {
+            thread_board.KingSquare[colour] = LowestSetBit(kings);
+        }
+    }
+}
+
 std::uint32_t RightsOf(Colour side, std::uint32_t shortRight, std::uint32_t longRight) {
     const int home = side == WHITE ? A1 : A8;
     const auto stands = [side](int code, int square) { return (thread_board.Pieces[code][side] & Bit(square)) != 0; };
@@ -87,6 +96,7 @@ std::uint32_t RightsOf(Colour side, std::uint32_t shortRight, std::uint32_t long
 
 void EditPosition() {
     ReadPieces();
+    FindKings();
     thread_board.CastlingFlags = RightsOf(WHITE, WHITE_SHORT, WHITE_LONG) | RightsOf(BLACK, BLACK_SHORT, BLACK_LONG);
     RecomputeMaterialIndex();  // for its message: pieces are placed without one
     ClearHistory();

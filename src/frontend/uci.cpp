@@ -87,7 +87,8 @@ constexpr Option options[] = {
 // The arguments of `go` that take a value. Those of a clock count only for the side to move.
 void SetClock(Colour side, std::string_view value) {
     if (thread_board.SideToMove == side) {
-        TimeLeft = TextToInteger(value) / 10;
+        // An overdrawn clock counts as empty: below 0 it could read as NO_CLOCK.
+        TimeLeft = std::max(TextToInteger(value), 0) / 10;
     }
 }
 

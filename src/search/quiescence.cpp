@@ -152,7 +152,7 @@ bool IsWorthSearching(const QuiescenceNode& node, const MoveEntry& entry) {
     return !(IsQuiet(entry.Move) && entry.Safety == LOSING && node.searched != 0);
 }
 
-/// The child of the move just made. `checkDepth` is the depth of a child in check short of the limit.
+/// The child of the move just made. `checkDepth` is the depth of a child in check whose own ply is below the limit.
 std::int32_t SearchReply(const QuiescenceNode& node, std::int32_t depth, std::int32_t checkDepth) {
     ++Ply;
     const std::int32_t childDepth = PlyState[Ply].InCheck != 0 && Ply < node.limit ? checkDepth : depth;

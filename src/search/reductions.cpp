@@ -73,7 +73,8 @@ BaseReduction ReductionByScore(std::int32_t score, std::int32_t lmrCount) {
     return {score <= 42 ? -16 : -20, true};
 }
 
-/// Up to two plies more for moves that come very late and leave us worse than before the opponent's move.
+/// Up to two plies more for moves that come very late and leave us worse than before the opponent's move. The
+/// second ply asks for everything that the first does.
 std::int32_t ExtraReduction(const SearchNode& node, const MoveEntry& entry, std::int32_t change,
                             const Prospect& prospect) {
     // The root has no ply two above it: at ply 1 that ply counts as not in check.

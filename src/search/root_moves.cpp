@@ -157,7 +157,12 @@ void PrintFirstReport() {
 
 int PrepareRootMoves() {
     const std::int32_t guess = EngineSide == PrevRootSide ? PrevRootScore : -PrevRootScore;
-    AnnounceDraws();
+    // A position that is only assumed must not be claimed as a result: a front end would take the false claim for a
+    // forfeit. Think announces it when the assumed move has been played.
+    const bool assumed = PonderSearch != 0 && HintSearch == 0;
+    if (!assumed) {
+        AnnounceDraws();
+    }
 
     MoveCount = 0;
     Ply = 0;
@@ -173,7 +178,7 @@ int PrepareRootMoves() {
     GenerateRootMoves();
     KeepLegalMoves();
     if (MoveCount == 0) {
-        if (SearchMoveCount == 0 || !HasLegalMove()) {
+        if (!assumed && (SearchMoveCount == 0 || !HasLegalMove())) {
             AnnounceNoMoves(PlyState[0].InCheck != 0);
         }
         return 1;

@@ -288,10 +288,12 @@ std::int32_t SearchMove(SearchNode& node, const MoveEntry& entry, const MoveInWo
         return 0;
     }
 
+    // A stopped search has no score to count.
     std::int32_t score = *settled;
     if (IsCapture(work.move) && !node.inCheck && PlyState[Ply].InCheck == 0) {
         CountCapture(CaptureStatIndex(work.move, node.us, entry.Safety), score > alpha);
     }
+    // One search more at most: the deeper one has the full window already.
     if (score > alpha) {
         const std::int32_t extra = FailHighExtension(node, work.move);
         if (work.drawishCut || extra != 0) {

@@ -105,13 +105,27 @@ bool StartPondering() {
     return true;
 }
 
+/// What the head of the search has kept back, because the position was only assumed then.
+void AnnounceAfterPonderHit(bool over) {
+    AnnounceDraws();
+    if (over) {
+        AnnounceNoMoves(PlyState[0].InCheck != 0);
+    }
+}
+
 /// Search and delivery, and in xboard play pondering and the next search, until nothing is left to do.
 void RunThinkingCycle() {
     InputWindowEnd = INPUT_WINDOW;  // no move can come in before pondering begins
     for (;;) {
+        const bool assumed = PonderSearch != 0;
         const int over = RunSearch();
+        if (assumed && PonderSearch == 0) {
+            AnnounceAfterPonderHit(over != 0);
+        }
         if (PonderSearch != 0) {
-            UnmakeMove();  // the assumed move: another one was played, or a command ended the pondering
+            // The assumed move goes whatever ended the pondering: no command leaves a move on the board that was
+            // never played.
+            UnmakeMove();
             if (PonderEnded == 0 || !PlayReceivedMove()) {
                 return;
             }

@@ -42,6 +42,8 @@ void EpdEval(const char* path) {
     char line[LINE_ROOM];
     while (std::fgets(line, LINE_ROOM, input.get()) != nullptr) {
         SetupFen(line);
+        PrevRootScore = 0;  // of a position that is gone
+        PrevRootSide = WHITE;
         EngineSide = thread_board.SideToMove;
         std::int32_t score = NO_EVALUATION;
         EvaluateFull(score);

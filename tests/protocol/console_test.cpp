@@ -132,6 +132,12 @@ TEST_F(Console, EditKeepsTheSideAndEmptiesTheHistory) {
     EXPECT_EQ(engine().Ask("d3d2"), Lines());
 }
 
+TEST_F(Console, EditForgetsAKingThatIsGone) {
+    EXPECT_EQ(engine().Ask("new\nforce\nedit\n#ke1ke2xe2cke8."), Lines());
+    EXPECT_TRUE(engine().Ask("perft 1")[0].starts_with("total moves = 5 "));
+    EXPECT_EQ(engine().Ask("e1d1"), Lines());
+}
+
 TEST_F(Console, PerftCounts) {
     const auto total = [](const std::string& command) {
         const Lines lines = engine().Ask(command);

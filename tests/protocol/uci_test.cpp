@@ -85,9 +85,10 @@ TEST_F(UciProtocol, EveryLimitEndsASearch) {
     BestMove("go depth 3");
     EXPECT_TRUE(LastInfo().starts_with("info depth 3 ")) << LastInfo();
     EXPECT_NE(BestMove("go nodes 1000"), "0000");
-    for (const char* go : {"go wtime 300 btime 300", "go wtime 1000 btime 1000 winc 20 binc 20 movestogo 10",
-                           "go wtime 100000 btime 100000 movetime 50", "go wtime 0 btime 0", "go wtime -100 btime -100",
-                           "go movestogo 5", "go wtime 99999999999 btime 1 movetime 20", "go movetime 30"}) {
+    for (const char* go :
+         {"go wtime 300 btime 300", "go wtime 1000 btime 1000 winc 20 binc 20 movestogo 10",
+          "go wtime 100000 btime 100000 movetime 50", "go wtime 0 btime 0", "go wtime -100 btime -100",
+          "go wtime -15 btime -15", "go movestogo 5", "go wtime 99999999999 btime 1 movetime 20", "go movetime 30"}) {
         engine().Ask("position startpos");
         EXPECT_NE(BestMove(go), "0000") << go;
     }

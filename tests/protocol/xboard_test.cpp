@@ -117,6 +117,19 @@ TEST_F(XboardProtocol, AnnouncesTheThirdOccurrence) {
     engine().Expect("move ");
 }
 
+// A claim on a position that is only assumed would be false, and forfeit the game.
+TEST_F(XboardProtocol, AnnouncesNothingWhilePondering) {
+    engine().Ask("new\nhard\nsd 3");
+    Load("8/8/4k3/8/8/3KB3/8/8 w - -");
+    engine().Send("go");
+    const std::string hint = engine().ExpectUpTo("Hint: ").back().substr(6);
+    engine().Overhear(50ms);
+    EXPECT_EQ(engine().CountLines("1/2-1/2 {Draw by insufficient"), 1U);
+    engine().Send(hint);
+    const Lines answer = engine().ExpectUpTo("move ");
+    EXPECT_NE(Joined(answer).find("1/2-1/2 {Draw by insufficient"), std::string::npos) << Joined(answer);
+}
+
 TEST_F(XboardProtocol, ResignsWhenItIsLostAndPlaysOn) {
     Load("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/4K3 w kq -");
     for (const char* reply : {"b8c6", "g8f6", "a7a6"}) {

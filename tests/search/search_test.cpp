@@ -466,10 +466,11 @@ TEST_F(SearchSteps, AnswersToAThreat) {
     }
     SearchNode node = NodeAt(fen, 24);
     EXPECT_FALSE(AnswersThreat(node, MoveFromText("a1b1"), SAFE));  // nothing is threatened
-    // A queen that takes a covered pawn threatens nothing worth covering against... a pawn that takes a rook does.
+    // A pawn that takes a rook does not mind a recapture: only moving away helps.
     const SearchNode pawnThreat = NodeAt("4k3/8/8/8/1p6/R7/8/1N2K3 w - - ", 24);
     pawnThreat.here.ThreatMove = MoveFromText("b4a3");
-    EXPECT_FALSE(AnswersThreat(pawnThreat, MoveFromText("a3a4"), LOSING));
+    EXPECT_FALSE(AnswersThreat(pawnThreat, MoveFromText("b1d2"), SAFE));
+    EXPECT_FALSE(AnswersThreat(pawnThreat, MoveFromText("e1d1"), SAFE));
     EXPECT_TRUE(AnswersThreat(pawnThreat, MoveFromText("a3a8"), SAFE));
 }
 
