@@ -23,6 +23,10 @@ constexpr std::int32_t LAST_CHECK_DEPTH = -8;
 /// The lowest depth that the table tells apart.
 constexpr std::int32_t LOWEST_STORED_DEPTH = -12;
 
+/// PollCountdown at which a poll has waited too long for a node of Search: below a second, and out of reach of the
+/// captures of a real position.
+constexpr std::int32_t OVERDUE_POLL = -500'000;
+
 /// Step of the history penalty for quiet moves tried before a cut.
 constexpr std::int32_t PENALTY_STEP = 4;
 
@@ -221,11 +225,15 @@ std::optional<std::int32_t> SearchList(QuiescenceNode& node) {
 
 // The steps before the list.
 
-/// Counts the node and cuts it by mate distance. No poll here: the next node of Search polls.
+/// Counts the node and cuts it by mate distance. No poll here, the next node of Search polls: but on an absurd board,
+/// a dozen queens a side, that node may be minutes away.
 std::optional<std::int32_t> EnterNode(QuiescenceNode& node) {
     SelDepth = std::max(SelDepth, Ply);
     ++Nodes;
-    --PollCountdown;
+    if (--PollCountdown < OVERDUE_POLL && PollInput(false)) {
+        thread_board.SearchAborted = 1;
+        return 0;
+    }
     node.here.BestMove = 0;
     if (LowestScore() > node.alpha) {
         if (LowestScore() >= node.beta) {

@@ -453,13 +453,14 @@ std::int32_t Search(std::int32_t alphaOf, std::int32_t betaOf, std::int32_t dept
             continue;
         }
 
-        // 17. Make the move. En passant that turns out illegal counts as searched, but not as tried.
+        // 17. Make the move. En passant that turns out illegal does not count as searched: the next move would lose
+        // its place as the first, and a node of the principal variation its open child.
         MakeMove(work.move, node.searched == 0);
-        ++node.searched;
         if (!node.inCheck && EnPassantWasIllegal(work.move, node.us)) {
             UnmakeMove();
             continue;
         }
+        ++node.searched;
         ++node.tried;
 
         // 18. Search it

@@ -467,9 +467,9 @@ TEST_F(SearchSteps, AnswersToAThreat) {
     SearchNode node = NodeAt(fen, 24);
     EXPECT_FALSE(AnswersThreat(node, MoveFromText("a1b1"), SAFE));  // nothing is threatened
     // A pawn that takes a rook does not mind a recapture: only moving away helps.
-    const SearchNode pawnThreat = NodeAt("4k3/8/8/8/1p6/R7/8/1N2K3 w - - ", 24);
+    const SearchNode pawnThreat = NodeAt("4k3/8/8/8/1p6/R3N3/8/4K3 w - - ", 24);
     pawnThreat.here.ThreatMove = MoveFromText("b4a3");
-    EXPECT_FALSE(AnswersThreat(pawnThreat, MoveFromText("b1d2"), SAFE));
+    EXPECT_FALSE(AnswersThreat(pawnThreat, MoveFromText("e3c2"), SAFE));
     EXPECT_FALSE(AnswersThreat(pawnThreat, MoveFromText("e1d1"), SAFE));
     EXPECT_TRUE(AnswersThreat(pawnThreat, MoveFromText("a3a8"), SAFE));
 }
