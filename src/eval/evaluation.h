@@ -82,6 +82,9 @@ void RefreshPhases();
 /// ENDING(side) by the formula: 1 when `side`'s king needs no protection any more.
 std::int32_t EndingByFormula(Colour side);
 
+/// Asks the memory for the cache slot of the position that a move has just made.
+void PrefetchEvaluation();
+
 /// Allocate and clear the caches; Allocate answers false when memory is short. A pawn hash of 0 entries works.
 bool AllocateEvalHash();
 void ClearEvalHash();

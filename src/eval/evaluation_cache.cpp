@@ -24,6 +24,12 @@ Key EvaluationKey() {
     return thread_board.PositionKey ^ CastleKeys[thread_board.CastlingFlags];
 }
 
+void PrefetchEvaluation() {
+    if (!Table.Empty()) {
+        __builtin_prefetch(&Table.SlotOf(EvaluationKey()));
+    }
+}
+
 std::int32_t ProbeEvaluation(Key key) {
     if (Table.Empty()) {
         return NO_EVALUATION;

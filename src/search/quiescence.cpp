@@ -199,7 +199,7 @@ std::optional<std::int32_t> SearchList(QuiescenceNode& node) {
             continue;
         }
 
-        MakeMove(move, node.searched == 0);
+        MakeSearchMove(move, node.searched == 0);
         ++node.searched;
         if (!node.inCheck && EnPassantWasIllegal(move, node.us)) {
             UnmakeMove();
@@ -264,7 +264,7 @@ bool StandsPat(QuiescenceNode& node) {
 /// Searches the hash move. A value ends the node: a cut, or 0 when the search was stopped.
 std::optional<std::int32_t> SearchHashMove(QuiescenceNode& node) {
     PlyState[Ply + 1].InCheck = GivesCheck(node.hashMove);
-    MakeMove(node.hashMove, 1);
+    MakeSearchMove(node.hashMove, 1);
     node.searched = 1;
     const std::int32_t score = SearchReply(node, node.depth - 2, node.depth + 2);
     UnmakeMove();

@@ -114,7 +114,7 @@ std::int32_t SearchHashMove(SearchNode& node, const SingularCandidate& candidate
     if (thread_board.SearchAborted) {
         return 0;
     }
-    MakeMove(node.hashMove, 1);
+    MakeSearchMove(node.hashMove, 1);
     ++Ply;
     const std::int32_t score = -SearchChild(-node.beta, -node.alpha, node.depth + extension, 1, -node.nodeType);
     --Ply;
@@ -455,7 +455,7 @@ std::int32_t Search(std::int32_t alphaOf, std::int32_t betaOf, std::int32_t dept
 
         // 17. Make the move. En passant that turns out illegal does not count as searched: the next move would lose
         // its place as the first, and a node of the principal variation its open child.
-        MakeMove(work.move, node.searched == 0);
+        MakeSearchMove(work.move, node.searched == 0);
         if (!node.inCheck && EnPassantWasIllegal(work.move, node.us)) {
             UnmakeMove();
             continue;

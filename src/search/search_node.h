@@ -4,6 +4,7 @@
 // node owns is its PlyRecord and its stretch of MoveList from listBase up. For the search's own files only.
 #pragma once
 
+#include "eval/evaluation.h"
 #include "movegen/exchange.h"
 #include "movegen/generators.h"
 #include "movegen/picker.h"
@@ -11,11 +12,19 @@
 #include "position/attacks.h"
 #include "position/board.h"
 #include "search/search.h"
+#include "search/transposition.h"
 
 #include <optional>
 
 /// One ply of depth, in quarter plies.
 inline constexpr std::int32_t ONE_PLY = 4;
+
+/// MakeMove, and the child's table slots on their way from memory while the parent is still at work.
+inline void MakeSearchMove(Move move, int save) {
+    MakeMove(move, save);
+    PrefetchTransposition();
+    PrefetchEvaluation();
+}
 
 struct SearchNode {
     SearchNode(std::int32_t alphaOf, std::int32_t betaOf, std::int32_t depthOf, int nodeTypeOf)

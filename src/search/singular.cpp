@@ -35,7 +35,7 @@ class SingularScope {
 bool StaysBelow(Move move, std::int32_t threshold, std::int32_t depth) {
     const Colour us = thread_board.SideToMove;
     const Colour them = ChangeSide(us);
-    MakeMove(move, 1);
+    MakeSearchMove(move, 1);
     if (SquareAttacked(them, thread_board.KingSquare[us])) {
         UnmakeMove();
         return true;

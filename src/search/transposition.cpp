@@ -281,6 +281,15 @@ void ClearTransposition() {
     TTGeneration = 0;
 }
 
+void PrefetchTransposition() {
+    if (Entries != 0) {
+        // The four slots lie on two or three cache lines; the third is rarely reached.
+        const TTEntry* const home = &Table[HomeIndex(SearchKey())];
+        __builtin_prefetch(home);
+        __builtin_prefetch(home + SLOTS - 1);
+    }
+}
+
 ProbeResult TTProbe(std::int32_t depth, std::int32_t alpha, std::int32_t beta, bool isPV, bool& mateThreat,
                     bool& allowNull) {
     const TTEntry* const entry = Find();

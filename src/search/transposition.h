@@ -65,6 +65,9 @@ struct ProbeResult {
     std::int32_t score = 0;
 };
 
+/// Asks the memory for the slots of the position that a move has just made, which the child's probe will read.
+void PrefetchTransposition();
+
 /// Looks the position up for a node of `depth` and window. On a hit the entry's generation is renewed,
 /// `mateThreat` is set if the entry says so, `allowNull` cleared if an upper or exact bound lies below beta.
 ProbeResult TTProbe(std::int32_t depth, std::int32_t alpha, std::int32_t beta, bool isPV, bool& mateThreat,
