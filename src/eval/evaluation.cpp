@@ -1,9 +1,17 @@
 #include "eval/evaluation.h"
 
+#include "eval/endgame_scale.h"
 #include "eval/evaluation_cache.h"
+#include "eval/king_attack.h"
+#include "eval/king_shelter.h"
+#include "eval/low_material.h"
 #include "eval/material_table.h"
 #include "eval/packed.h"
 #include "eval/parameters.h"
+#include "eval/passed_pawns.h"
+#include "eval/pawn_structure.h"
+#include "eval/pieces.h"
+#include "position/attacks.h"
 
 #include <algorithm>
 #include <cmath>
@@ -54,18 +62,21 @@ void StartEvaluation() {
     thread_eval_info.wing_index[BLACK] = 2 * black_on_queenside + white_on_queenside;
 }
 
-/// Sets material_score and everything else that depends on the piece counts.
-void LoadMaterial() {
-    if (const MaterialEntry* entry = CurrentMaterial()) {
-        thread_eval_info.material_score = thread_board.Material[BLACK] - thread_board.Material[WHITE] + entry->score;
+/// Sets material_score and everything else that depends on the piece counts. True: few pieces, and `result` says all
+/// that there is to say; the phases, forces and ending then stay as they were.
+bool MaterialSettles(std::int32_t& result) {
+    if (std::min(thread_board.PieceWeight[WHITE], thread_board.PieceWeight[BLACK]) < EndingWeight) {
+        if (EvaluateLowMaterial(result)) {
+            thread_eval_info.material_score = thread_board.Material[BLACK] - thread_board.Material[WHITE];
+            return true;
+        }
     } else {
-        thread_eval_info.material_score = EvaluateMaterial();
+        RefreshMaterial();
+        thread_board.AllPawns = thread_board.Pieces[PAWN][WHITE] | thread_board.Pieces[PAWN][BLACK];
+        result = thread_eval_info.material_score;
     }
-    RefreshPhases();
-    thread_eval_info.cannot_win[WHITE] = MaterialCannotWin(WHITE);
-    thread_eval_info.cannot_win[BLACK] = MaterialCannotWin(BLACK);
-    thread_board.AllPawns = thread_board.Pieces[PAWN][WHITE] | thread_board.Pieces[PAWN][BLACK];
-    thread_eval_info.packed = PackBoth(thread_eval_info.material_score);
+    thread_eval_info.packed = PackBoth(result);
+    return false;
 }
 
 /// The side that is behind keeps less of its positional credit when it has no pawns to play with.
@@ -90,6 +101,10 @@ void AddPieceSquares() {
 
 void AddMaterialPattern() {
     thread_eval_info.packed = PackedAdd(thread_eval_info.packed, PackBoth(MaterialPatternTerm()));
+}
+
+bool AnyPassedPawn() {
+    return (thread_board.PawnEntry.PassedFiles(WHITE) | thread_board.PawnEntry.PassedFiles(BLACK)) != 0;
 }
 
 bool IsPawnDuel() {
@@ -146,6 +161,13 @@ std::int32_t ResultForSideToMove(std::int32_t value) {
     return static_cast<std::int32_t>(white_to_move ? -score : score);
 }
 
+/// The kings' own squares come last: the king attack must not count a king as a guard.
+void AddKingSquares() {
+    for (const Colour colour : {WHITE, BLACK}) {
+        thread_eval_info.attacks[colour] |= KingAttacks[thread_board.KingSquare[colour]];
+    }
+}
+
 }  // namespace
 
 std::int32_t EndingByFormula(Colour side) {
@@ -172,6 +194,15 @@ void RefreshPhases() {
         thread_board.attack_force[colour] = entry->attack_force[colour];
         thread_eval_info.ending[colour] = (entry->flags[colour] & MATERIAL_ENDING) != 0;
     }
+}
+
+void RefreshMaterial() {
+    if (const MaterialEntry* entry = CurrentMaterial()) {
+        thread_eval_info.material_score = thread_board.Material[BLACK] - thread_board.Material[WHITE] + entry->score;
+    } else {
+        thread_eval_info.material_score = EvaluateMaterial();
+    }
+    RefreshPhases();
 }
 
 bool LazyExit(std::int32_t& score) {
@@ -207,19 +238,39 @@ std::int32_t Evaluate() {
 }
 
 // The order of the steps is part of the result: later ones read what earlier ones have left in thread_eval_info.
-// attacks stays 0 where no attack sets are computed, which tells the search that nothing is known.
+// attacks stays 0 where a position is settled before the pieces are looked at; in a pure pawn ending it holds the
+// squares next to the kings and nothing else.
 void EvaluateFull(std::int32_t& result) {
     StartEvaluation();
-    LoadMaterial();
-    AddPieceSquares();
-    AddMaterialPattern();
-    if (IsPawnDuel()) {
-        result = PawnDuelResult();
+    if (MaterialSettles(result)) {
         return;
     }
+    AddPieceSquares();
+    EvaluatePawnStructure();
+    AddMaterialPattern();
+    if (thread_eval_info.ending[WHITE] != 0 || thread_eval_info.ending[BLACK] != 0) {
+        AddFewPieceTerms();
+    }
+    if (AnyPassedPawn()) {
+        thread_eval_info.packed = EvaluatePassedPawns(thread_eval_info.packed);
+        // A duel of two pawns that block or watch each other is an ordinary pawn ending.
+        if (IsPawnDuel()) {
+            result = PawnDuelResult();
+            return;
+        }
+    }
+    AddKingShelters();
+    SetCheckMaps();
     if (IsPurePawnEnding()) {
         result = ResultForSideToMove(CutUnwinnable(TaperedValue()));
+        AddKingSquares();
         return;
     }
-    result = ResultForSideToMove(TaperedValue());
+    EvaluatePieces();
+    EvaluateThreats();
+    EvaluateDevelopment();
+    EvaluateKingAttacks();
+    const std::int32_t value = AddQueenCheckThreats(TaperedValue());
+    result = ResultForSideToMove(ScaleEndgame(ScaleOppositeBishops(value)));
+    AddKingSquares();
 }

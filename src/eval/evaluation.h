@@ -79,6 +79,9 @@ bool LazyExit(std::int32_t& score);
 /// entry, or by the fallback when the table does not apply. For readers between evaluations.
 void RefreshPhases();
 
+/// The same, and material_score.
+void RefreshMaterial();
+
 /// ENDING(side) by the formula: 1 when `side`'s king needs no protection any more.
 std::int32_t EndingByFormula(Colour side);
 

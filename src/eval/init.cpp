@@ -2,10 +2,12 @@
 
 #include <algorithm>
 
+#include "eval/evaluation.h"
 #include "eval/material_table.h"
 #include "eval/move_stats.h"
 #include "eval/parameter_file.h"
 #include "eval/parameters.h"
+#include "eval/sigmoids.h"
 
 namespace {
 
@@ -15,6 +17,11 @@ void BuildEvaluationTables(const MaterialStatistics& statistics) {
     BuildDerivedRows();
     BuildPieceSquareSource();
     BuildMaterialTable(statistics);
+    InitPawnEndgameSigmoid();
+    InitPressureSigmoid();
+    InitAttackHorrorSigmoid();
+    InitDefendHorrorSigmoid();
+    InitHorrorSigmoid();
     PackParameters();
 }
 
@@ -38,4 +45,7 @@ void InitEvaluation() {
     BuildEvaluationTables({.imbalance = statistics.imbalance.data(),
                            .army = statistics.army.data(),
                            .time_factor = statistics.time_factors.data()});
+    // What was kept was worked out with the numbers before.
+    ClearPawnHash();
+    ClearEvalHash();
 }

@@ -8,6 +8,12 @@ void BuildPieceSquareTable();
 /// Needs KnightDistance.
 void InitKnightIntercept();
 
+/// Needs the attack tables.
+void InitKrkpDraw();
+
+/// Fills KpkWin and KpkRun. Needs the attack tables.
+void InitPawnEndgameTables();
+
 /// Sets the opposite-bishops tables to 256, before any file is read.
 void InitOppositeBishops();
 
@@ -15,5 +21,5 @@ void InitOppositeBishops();
 void InitKingZoneValue();
 
 /// Reads "values.txt" if there is one and builds every table that depends on it: the move statistics, the
-/// derived rows, the material table, the packed tables. At start-up and again by `reload`.
+/// derived rows, the material table, the sigmoids, the packed tables. At start-up and again by `reload`.
 void InitEvaluation();

@@ -48,6 +48,8 @@ void BuildStaticTables() {
     InitScoreHistory();
     InitKnightDistance();
     InitKnightIntercept();
+    InitPawnEndgameTables();
+    InitKrkpDraw();
     InitOppositeBishops();
     InitEvaluation();
     ClearMoveStats();

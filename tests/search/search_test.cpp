@@ -164,9 +164,9 @@ TEST_F(SearchTestCase, Stalemate) {
         // Where the generators leave moves out an empty list proves nothing: an upper bound, and no 0.
         for (const std::int32_t depth : {4, 8, 11}) {
             Stand(fen);
-            EXPECT_EQ(ZeroWindow(-50, depth), -50) << fen;
+            EXPECT_EQ(ZeroWindow(-20, depth), -20) << fen;
             bool mateThreat = false, allowNull = true;
-            EXPECT_EQ(TTProbe(depth, -50, -49, false, mateThreat, allowNull).kind, BOUND_UPPER) << fen;
+            EXPECT_EQ(TTProbe(depth, -20, -19, false, mateThreat, allowNull).kind, BOUND_UPPER) << fen;
         }
     }
 }

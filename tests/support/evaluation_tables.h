@@ -14,6 +14,8 @@ inline void ResetEvaluation() {
         FillBoardTables();
         BuildPieceSquareTable();
         InitKnightIntercept();
+        InitPawnEndgameTables();
+        InitKrkpDraw();
         return true;
     }();
     static_cast<void>(filled);

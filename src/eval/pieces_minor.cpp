@@ -1,0 +1,190 @@
+// Knights and bishops.
+#include "eval/pieces_parts.h"
+
+#include <algorithm>
+
+namespace {
+
+/// The tables of one kind of minor piece.
+template <int piece>
+struct MinorTables;
+
+template <>
+struct MinorTables<KNIGHT> {
+    static constexpr auto& Mobility = KnightMobility;
+    static constexpr auto& SafeMobility = KnightSafeMobility;
+    static constexpr auto& LowMobility = KnightLowMobility;
+    static constexpr auto& Outpost = KnightOutpost;
+    static constexpr auto& OutpostGuarded = KnightOutpostGuarded;
+    static constexpr auto& OutpostContested = KnightOutpostContested;
+};
+
+template <>
+struct MinorTables<BISHOP> {
+    static constexpr auto& Mobility = BishopMobility;
+    static constexpr auto& SafeMobility = BishopSafeMobility;
+    static constexpr auto& LowMobility = BishopLowMobility;
+    static constexpr auto& Outpost = BishopOutpost;
+    static constexpr auto& OutpostGuarded = BishopOutpostGuarded;
+    static constexpr auto& OutpostContested = BishopOutpostContested;
+};
+
+/// Piece classes of the trapped tables by rank seen by the owner.
+constexpr int TrapClass[8] = {0, 1, 2, 2, 2, 2, 2, 3};
+
+/// Fewer safe squares than this and the piece may be trapped.
+constexpr int FREE_ENOUGH = 5;
+
+/// Where a piece has left its own camp and has not run against the far edge: files b..g on the third to the seventh
+/// rank.
+template <Colour us>
+constexpr Bitboard FIELD = (us == WHITE ? 0x00ffffffffff0000ULL : 0x0000ffffffffff00ULL) & ~FILE_A & ~FILE_H;
+
+template <Colour us, int piece>
+std::int32_t MobilityTerm(int square, Bitboard seen) {
+    using Tables = MinorTables<piece>;
+    const Bitboard free = ~thread_board.ColourPieces[us];
+    const Bitboard safe = seen & ~(thread_eval_info.enemy_pawn_attacks[us] | thread_eval_info.blocked_pawns[us]);
+    const int safe_count = PopCount(safe);
+    std::int32_t value = PackedAdd(Tables::Mobility[PopCount(seen & free)], Tables::SafeMobility[safe_count]);
+    if (safe_count < FREE_ENOUGH) {
+        const Bitboard field = safe & FIELD<us>;
+        value =
+            PackedAdd(value, Tables::LowMobility[TrapClass[RankSeenBy<us>(square)]][std::min(safe_count, 2)]
+                                                [std::min(PopCount(field), 2)][std::min(PopCount(field & free), 2)]);
+    }
+    return value;
+}
+
+/// A square on or beyond the third rank from which no enemy pawn can ever drive the piece away; more when a pawn
+/// guards it, and less of that when a bishop can still take it and only one pawn takes back.
+template <Colour us, int piece>
+std::int32_t OutpostTerm(int square) {
+    using Tables = MinorTables<piece>;
+    constexpr Colour them = ChangeSide(us);
+    if (RankSeenBy<us>(square) < 2) {
+        return 0;
+    }
+    if ((ConeAhead<us>(square) & AdjacentFiles[square] & PiecesOf(PAWN, them)) != 0) {
+        return 0;
+    }
+    const int entry = TableSquare<us>(square);
+    const std::int32_t value = Tables::Outpost[entry];
+    const Bitboard guards = PiecesOf(PAWN, us) & PawnAttackersOf(us, square);
+    if (guards == 0) {
+        return value;
+    }
+    const Bitboard same_colour = (LightSquares & Bit(square)) != 0 ? LightSquares : DarkSquares;
+    const bool contested = std::has_single_bit(guards) && (PiecesOf(BISHOP, them) & same_colour) != 0;
+    return PackedAdd(value, contested ? Tables::OutpostContested[entry] : Tables::OutpostGuarded[entry]);
+}
+
+/// Pawns that stand in the way of a colour's only bishop.
+template <Colour us>
+std::int32_t LoneBishopTerm() {
+    const Bitboard squares = (PiecesOf(BISHOP, us) & LightSquares) != 0 ? LightSquares : DarkSquares;
+    const Bitboard pawns = PiecesOf(PAWN, us) & squares;
+    const Bitboard barred = thread_board.AllPieces | thread_eval_info.enemy_pawn_attacks[us];
+    const Bitboard fixed = pawns & OneRankBack<us>(barred);
+    // A set-up board can hold more than eight pawns.
+    return PackedSub(0, PackedAdd(BishopSameColourPawns[std::min(PopCount(pawns), 8)],
+                                  BishopFixedPawns[std::min(PopCount(fixed), 8)]));
+}
+
+/// A bishop at home behind the pawn that has stepped to the third rank before the king.
+template <Colour us>
+bool BishopFillsFianchetto() {
+    constexpr int home_row = us == WHITE ? A1 : A8;
+    constexpr int hole = us == WHITE ? G2 : G7;
+    constexpr Bitboard posts = Bit(home_row + 5) | Bit(home_row + 7) | Bit(hole);
+    const int king = thread_board.KingSquare[us];
+    const Bitboard pawns = PiecesOf(PAWN, us);
+    return thread_eval_info.ending[us] == 0 && (KingAttacks[king] & Bit(hole)) != 0 && (pawns & Bit(hole)) == 0 &&
+           (pawns & StepOn<us>(Bit(hole))) != 0 && (PiecesOf(BISHOP, us) & posts) != 0;
+}
+
+bool PawnsOnBothWings() {
+    return (thread_board.AllPawns & QUEENSIDE_FILES) != 0 && (thread_board.AllPawns & KINGSIDE_FILES) != 0;
+}
+
+/// What a colour's bishops are worth together.
+template <Colour us>
+std::int32_t BishopGroupTerms() {
+    constexpr Colour them = ChangeSide(us);
+    std::int32_t value = 0;
+    if (thread_board.PieceCount[BISHOP][us] == 1) {
+        value = LoneBishopTerm<us>();
+    }
+    if (thread_board.PieceWeight[us] < 9 && thread_board.PieceWeight[us] == thread_board.PieceWeight[them] &&
+        thread_board.PieceCount[BISHOP][them] == 0 && PawnsOnBothWings()) {
+        value = PackedAdd(value, BishopAgainstKnightWings);
+    }
+    if (BishopFillsFianchetto<us>()) {
+        value = PackedAdd(value, FianchettoBishop);
+    }
+    return value;
+}
+
+}  // namespace
+
+template <Colour us>
+std::int32_t KnightTerms() {
+    constexpr Colour them = ChangeSide(us);
+    ThreadEvalInfo& info = thread_eval_info;
+    const std::int32_t* const position = PiecePosition[KNIGHT_SECTION][info.wing_index[us]];
+    const int closed = std::min(PopCount(info.blocked_pawns[them]), 8);
+
+    KingAttack<us, KNIGHT> attack(info.knight_check[them]);
+    Bitboard attacked = 0;
+    std::int32_t value = ClosedPosition[closed];
+    for (Bitboard knights = PiecesOf(KNIGHT, us); knights != 0;) {
+        const int square = PopLowestBit(knights);
+        const Bitboard seen = KnightAttacks[square];
+        attacked |= seen;
+        value = PackedAdd(value, position[TableSquare<us>(square)]);
+        value = PackedAdd(value, KnightClosedPosition[closed]);
+        value = PackedAdd(value, MobilityTerm<us, KNIGHT>(square, seen));
+        value = PackedAdd(value, OutpostTerm<us, KNIGHT>(square));
+        attack.Gather(square, seen);
+    }
+    info.knight_attacks[us] = attacked;
+    info.attacks[us] |= attacked;
+    attack.Store();
+    return value;
+}
+
+template <Colour us>
+std::int32_t BishopTerms() {
+    constexpr Colour them = ChangeSide(us);
+    Bitboard bishops = PiecesOf(BISHOP, us);
+    if (bishops == 0) {
+        return 0;
+    }
+    ThreadEvalInfo& info = thread_eval_info;
+    const std::int32_t* const position = PiecePosition[BISHOP_SECTION][info.wing_index[us]];
+
+    KingAttack<us, BISHOP> attack(info.bishop_check[them]);
+    Bitboard attacked = 0;
+    std::int32_t value = BishopGroupTerms<us>();
+    while (bishops != 0) {
+        const int square = PopLowestBit(bishops);
+        const Bitboard seen = BishopAttacksOf(square, thread_board.AllPieces);
+        attacked |= seen;
+        value = PackedAdd(value, position[TableSquare<us>(square)]);
+        attack.Gather(square, seen);
+        if (const int pinned = PinnedBy<us>(square, BishopEmptyAttacks[square]); pinned != NO_PIECE) {
+            value = PackedAdd(value, BishopPin[pinned]);
+        }
+        value = PackedAdd(value, MobilityTerm<us, BISHOP>(square, seen));
+        value = PackedAdd(value, OutpostTerm<us, BISHOP>(square));
+    }
+    info.bishop_attacks[us] = attacked;
+    info.attacks[us] |= attacked;
+    attack.Store();
+    return value;
+}
+
+template std::int32_t KnightTerms<WHITE>();
+template std::int32_t KnightTerms<BLACK>();
+template std::int32_t BishopTerms<WHITE>();
+template std::int32_t BishopTerms<BLACK>();
