@@ -1,0 +1,185 @@
+#include "match/uci_engine.h"
+
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+#include <cstdlib>
+
+namespace {
+
+std::string_view TakeWord(std::string_view& text) {
+    text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
+    const std::string_view word = text.substr(0, text.find_first_of(" \t"));
+    text.remove_prefix(word.size());
+    return word;
+}
+
+int ReadInteger(std::string_view text, int otherwise) {
+    int value = 0;
+    const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), value);
+    return failure == std::errc{} ? value : otherwise;
+}
+
+int MateScore(int moves) {
+    const int distance = std::clamp(std::abs(std::max(moves, -1000)), 0, 1000);
+    return moves > 0 ? MATE_CENTIPAWNS - distance : distance - MATE_CENTIPAWNS;
+}
+
+/// The name out of "option name Clear Hash type button".
+std::string_view OptionName(std::string_view line) {
+    constexpr std::string_view BEGINNING = "option name ";
+    if (!line.starts_with(BEGINNING)) {
+        return {};
+    }
+    line.remove_prefix(BEGINNING.size());
+    return line.substr(0, line.find(" type "));
+}
+
+bool EqualNames(std::string_view one, std::string_view other) {
+    return std::ranges::equal(one, other,
+                              [](unsigned char a, unsigned char b) { return std::tolower(a) == std::tolower(b); });
+}
+
+}  // namespace
+
+void ReadThinking(std::string_view line, MoveAnswer& answer) {
+    if (TakeWord(line) != "info") {
+        return;
+    }
+    int depth = answer.depth;
+    std::optional<int> score = answer.score;
+    while (!line.empty()) {
+        const std::string_view word = TakeWord(line);
+        if (word == "string" || word == "pv") {
+            break;
+        }
+        if (word == "multipv" && ReadInteger(TakeWord(line), 1) != 1) {
+            return;
+        }
+        if (word == "depth") {
+            depth = std::max(ReadInteger(TakeWord(line), 0), 0);
+        } else if (word == "score") {
+            const std::string_view kind = TakeWord(line);
+            const int value = ReadInteger(TakeWord(line), 0);
+            if (kind == "cp") {
+                score = std::clamp(value, -MATE_CENTIPAWNS / 2, MATE_CENTIPAWNS / 2);
+            } else if (kind == "mate") {
+                score = MateScore(value);
+            }
+        }
+    }
+    answer.depth = depth;
+    answer.score = score;
+}
+
+Answer UciEngine::Failed(Answer answer) {
+    process_.Kill();
+    return answer;
+}
+
+Answer UciEngine::Expect(std::string_view word) {
+    const TimePoint deadline = SteadyClock::now() + patience_;
+    std::string line;
+    for (;;) {
+        switch (process_.ReadLine(line, deadline)) {
+            case ReadOutcome::TIMEOUT:
+                return Failed(Answer::STALLED);
+            case ReadOutcome::CLOSED:
+                return Failed(Answer::CRASHED);
+            case ReadOutcome::STOPPED:
+                return Failed(Answer::STOPPED);
+            case ReadOutcome::LINE:
+                break;
+        }
+        std::string_view rest = line;
+        if (TakeWord(rest) == word) {
+            return Answer::OK;
+        }
+        if (const std::string_view name = OptionName(line); !name.empty()) {
+            listed_options_.emplace_back(name);
+        }
+        // Endless talk keeps the pipe full and the wait above from timing out.
+        if (SteadyClock::now() > deadline) {
+            return Failed(Answer::STALLED);
+        }
+    }
+}
+
+bool UciEngine::ListsOption(std::string_view name) const {
+    return std::ranges::any_of(listed_options_, [name](const std::string& listed) { return EqualNames(listed, name); });
+}
+
+Answer UciEngine::Start() {
+    failed_to_start_ = true;
+    listed_options_.clear();
+    unknown_options_.clear();
+    if (!process_.Start(settings_)) {
+        return Answer::CRASHED;
+    }
+    Send("uci");
+    if (const Answer answer = Expect("uciok"); answer != Answer::OK) {
+        return answer;
+    }
+    for (const auto& [name, value] : settings_.options) {
+        if (!ListsOption(name)) {
+            unknown_options_.push_back(name);
+        }
+        Send("setoption name " + name + (value.empty() ? "" : " value " + value));
+    }
+    failed_to_start_ = false;
+    return Answer::OK;
+}
+
+Answer UciEngine::BeginGame() {
+    failed_to_start_ = false;
+    if (!process_.IsRunning()) {
+        if (const Answer answer = Start(); answer != Answer::OK) {
+            return answer;
+        }
+    }
+    // A failed write shows in the answer that does not come.
+    Send("ucinewgame");
+    Send("isready");
+    return Expect("readyok");
+}
+
+MoveAnswer UciEngine::AskMove(const std::string& position, const std::string& go, std::optional<Milliseconds> time) {
+    MoveAnswer answer;
+    process_.ForgetOutput();
+    const bool told = Send(position);
+    const TimePoint start = SteadyClock::now();
+    if (!told || !Send(go)) {
+        // Gone, or not reading: waiting for a word that no line holds tells which, at once in the first case.
+        answer.answer = Expect("\n");
+        return answer;
+    }
+    TimePoint deadline = start + (time ? *time : patience_);
+    bool out_of_time = false;
+    std::string line;
+    for (;;) {
+        const ReadOutcome outcome = process_.ReadLine(line, deadline);
+        if (outcome == ReadOutcome::CLOSED || outcome == ReadOutcome::STOPPED) {
+            answer.answer = Failed(outcome == ReadOutcome::CLOSED ? Answer::CRASHED : Answer::STOPPED);
+            return answer;
+        }
+        if (outcome == ReadOutcome::LINE) {
+            std::string_view rest = line;
+            if (TakeWord(rest) == "bestmove") {
+                answer.move = TakeWord(rest);
+                answer.elapsed = std::chrono::duration_cast<std::chrono::microseconds>(SteadyClock::now() - start);
+                answer.answer = time && answer.elapsed > *time ? Answer::LATE : Answer::OK;
+                return answer;
+            }
+            ReadThinking(line, answer);
+        }
+        if (SteadyClock::now() > deadline) {
+            if (out_of_time || !time) {
+                answer.answer = Failed(Answer::STALLED);
+                return answer;
+            }
+            out_of_time = true;
+            deadline = SteadyClock::now() + std::min(STOP_TIME, patience_);
+            Send("stop");
+        }
+    }
+}

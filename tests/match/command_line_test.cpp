@@ -1,0 +1,122 @@
+#include "match/command_line.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <vector>
+
+namespace {
+
+struct Read {
+    bool good;
+    MatchSettings settings;
+    std::string error;
+};
+
+/// Words are separated by blanks.
+Read ReadLine(const std::string& line) {
+    std::istringstream stream(line);
+    std::vector<std::string> words;
+    for (std::string word; stream >> word;) {
+        words.push_back(word);
+    }
+    Read read{false, {}, ""};
+    const std::vector<std::string_view> arguments(words.begin(), words.end());
+    read.good = ReadCommandLine(arguments, read.settings, read.error);
+    return read;
+}
+
+const std::string TWO = "-engine cmd=/bin/cat name=A -engine cmd=sh name=B ";
+
+TEST(MatchCommandLine, ReadsEverything) {
+    const Read read = ReadLine(
+        "-engine cmd=/bin/cat name=A dir=/ arg=-x arg= option.Hash=16 option.Path=a=b nodes=7 "
+        "-each tc=40/60+0.5 depth=9 option.Hash=8 -engine cmd=sh tc=5+0.05 -games 12 -concurrency 3 -norepeat -seed 99 "
+        "-margin 25 -patience 1.5 -pgn out.pgn -event Test -openings file=o.epd format=pgn order=sequential plies=6 "
+        "-sprt elo0=-3.5 elo1=2 alpha=0.1 beta=0.2 -draw from=30 moves=4 score=5 -resign moves=2 score=500");
+    ASSERT_TRUE(read.good) << read.error;
+    const MatchSettings& match = read.settings;
+    const EngineSettings& first = match.engines[0];
+    EXPECT_EQ(first.name, "A");
+    EXPECT_EQ(first.arguments, (std::vector<std::string>{"-x", ""}));
+    // What is said of one engine comes after what is said of each, and so holds.
+    ASSERT_EQ(first.options.size(), 3u);
+    EXPECT_EQ(first.options[0].second, "8");
+    EXPECT_EQ(first.options[1].second, "16");
+    EXPECT_EQ(first.options[2].second, "a=b");
+    EXPECT_EQ(LimitsText(first.limits), "tc=40/60+0.5 nodes=7 depth=9");
+    EXPECT_EQ(match.engines[1].name, "sh");
+    EXPECT_EQ(LimitsText(match.engines[1].limits), "tc=5+0.05 depth=9");
+    EXPECT_EQ(match.engines[1].limits.base, Milliseconds(5000));
+    EXPECT_EQ(match.engines[1].limits.increment, Milliseconds(50));
+    EXPECT_EQ(match.engines[1].limits.period, 0);
+    EXPECT_EQ(match.games, 12);
+    EXPECT_EQ(match.concurrency, 3);
+    EXPECT_FALSE(match.repeat);
+    EXPECT_EQ(match.seed, 99u);
+    EXPECT_EQ(match.margin, Milliseconds(25));
+    EXPECT_EQ(match.patience, Milliseconds(1500));
+    EXPECT_EQ(match.pgn, "out.pgn");
+    EXPECT_EQ(match.opening_format, OpeningFormat::PGN);
+    EXPECT_FALSE(match.random_order);
+    EXPECT_EQ(match.opening_plies, 6);
+    ASSERT_TRUE(match.sprt && match.draw && match.resign);
+    EXPECT_EQ(match.sprt->elo0, -3.5);
+    EXPECT_EQ(match.sprt->beta, 0.2);
+    EXPECT_EQ(match.draw->from, 30);
+    EXPECT_EQ(match.resign->score, 500);
+}
+
+TEST(MatchCommandLine, AdjudicationAndTestAreOffUnlessAsked) {
+    const Read read = ReadLine(TWO + "-each nodes=10");
+    ASSERT_TRUE(read.good) << read.error;
+    EXPECT_FALSE(read.settings.sprt || read.settings.draw || read.settings.resign);
+    EXPECT_TRUE(read.settings.repeat);
+}
+
+TEST(MatchCommandLine, MistakesAreNamed) {
+    struct Case {
+        std::string line;
+        const char* message;
+    };
+    for (const Case& each : {
+             Case{"-engine cmd=sh", "two engines"},
+             Case{TWO + "-engine cmd=sh -each nodes=1", "two engines"},
+             Case{TWO, "no limit"},
+             Case{"-engine name=A -engine cmd=sh -each nodes=1", "cmd="},
+             Case{"-engine cmd=sh -engine cmd=sh -each nodes=1", "both engines are called"},
+             Case{"-engine cmd=/nowhere/x -engine cmd=sh -each nodes=1", "/nowhere/x"},
+             Case{"-engine cmd=/bin -engine cmd=sh -each nodes=1", "no program"},
+             Case{"-engine cmd=no-such-program -engine cmd=sh -each nodes=1", "search path"},
+             Case{"-engine cmd=sh name=A dir=/nowhere -engine cmd=sh -each nodes=1", "/nowhere"},
+             Case{TWO + "-each tc=", "tc="},
+             Case{TWO + "-each tc=0", "tc=0"},
+             Case{TWO + "-each tc=5+", "tc=5+"},
+             Case{TWO + "-each tc=0/5", "tc=0/5"},
+             Case{TWO + "-each tc=nan", "tc=nan"},
+             Case{TWO + "-each tc=-1", "tc=-1"},
+             Case{TWO + "-each tc=1e99", "tc=1e99"},
+             Case{TWO + "-each nodes=0", "nodes=0"},
+             Case{TWO + "-each nodes=1x", "nodes=1x"},
+             Case{TWO + "-each nodes", "nodes"},
+             Case{TWO + "-each option.=1", "option."},
+             Case{TWO + "-each colour=red", "colour=red"},
+             Case{TWO + "-each nodes=1 -games", "-games needs"},
+             Case{TWO + "-each nodes=1 -games 0", "-games"},
+             Case{TWO + "-each nodes=1 -games 99999999999", "-games"},
+             Case{TWO + "-each nodes=1 -concurrency x", "-concurrency"},
+             Case{TWO + "-each nodes=1 -sprt elo0=5 elo1=5", "elo0 below elo1"},
+             Case{TWO + "-each nodes=1 -sprt alpha=0.7", "alpha=0.7"},
+             Case{TWO + "-each nodes=1 -openings x.pgn", "x.pgn"},
+             Case{TWO + "-each nodes=1 -openings format=xml", "format=xml"},
+             Case{TWO + "-each nodes=1 -patience 0", "-patience"},
+             Case{TWO + "-each nodes=1 stray", "stray"},
+             Case{TWO + "-each nodes=1 -what", "-what"},
+         }) {
+        const Read read = ReadLine(each.line);
+        EXPECT_FALSE(read.good) << each.line;
+        EXPECT_NE(read.error.find(each.message), std::string::npos) << each.line << ": " << read.error;
+    }
+}
+
+}  // namespace

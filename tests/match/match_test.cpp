@@ -1,0 +1,256 @@
+// Whole matches by the real program, with the real engine and with engines that misbehave.
+
+#include "match/openings.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <sstream>
+
+namespace {
+
+std::string ReadFile(const std::filesystem::path& path) {
+    std::ostringstream text;
+    text << std::ifstream(path, std::ios::binary).rdbuf();
+    return text.str();
+}
+
+std::size_t CountOf(const std::string& text, const std::string& part) {
+    std::size_t count = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + part.size())) {
+        ++count;
+    }
+    return count;
+}
+
+class MatchProgram : public testing::Test {
+  protected:
+    void SetUp() override {
+        std::string name = (std::filesystem::temp_directory_path() / "match-XXXXXX").string();
+        ASSERT_NE(mkdtemp(name.data()), nullptr);
+        directory_ = name;
+    }
+    void TearDown() override { std::filesystem::remove_all(directory_); }
+
+    std::string Path(const std::string& name) const { return (directory_ / name).string(); }
+    void Write(const std::string& name, std::string_view text) const {
+        std::ofstream(directory_ / name, std::ios::binary) << text;
+    }
+
+    /// Writes a shell script that answers as an engine does, but runs `at_go` when it shall move; answers its path.
+    /// The position line stands in $position then.
+    std::string FakeEngine(const std::string& name, const std::string& at_go, const std::string& at_start = "") const {
+        Write(name, "#!/bin/sh\n" + at_start +
+                        "\nwhile read -r line; do case \"$line\" in\nuci) echo uciok;;\nisready) echo readyok;;\n"
+                        "position*) position=$line;;\ngo*) " +
+                        at_go + ";;\nquit) exit;;\nesac; done\n");
+        chmod(Path(name).c_str(), 0755);
+        return Path(name);
+    }
+
+    /// An engine that moves its king's knight to and fro from the start position; `score` may name $n, the number of
+    /// half-moves so far.
+    std::string Dancer(const std::string& name, const std::string& score) const {
+        return FakeEngine(name, "set -- $position; n=$(($# < 3 ? 0 : $# - 3)); echo info depth 3 score cp $((" + score +
+                                    ")) pv x\ncase $((n % 4)) in 0) echo bestmove g1f3;; 1) echo bestmove g8f6;; "
+                                    "2) echo bestmove f3g1;; 3) echo bestmove f6g8;; esac");
+    }
+
+    /// Runs the match in the test's directory; the output of both kinds is left in out_ and error_.
+    int Run(const std::string& arguments) {
+        const std::string command = "cd " + directory_.string() + " && " QUORVANTH_MATCH_PROGRAM " " + arguments +
+                                    " >out.txt 2>error.txt </dev/null";
+        const int status = std::system(command.c_str());
+        out_ = ReadFile(directory_ / "out.txt");
+        error_ = ReadFile(directory_ / "error.txt");
+        pgn_ = ReadFile(directory_ / "games.pgn");
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+    /// The faults column of a row of the table: crash, illegal, time, stall.
+    std::string FaultsOf(const std::string& label, int colour) const {
+        std::istringstream lines(out_);
+        std::string line;
+        std::getline(lines, line);  // what is played
+        while (std::getline(lines, line) && !line.starts_with(label + " ")) {
+        }
+        for (int i = 0; i <= colour; ++i) {
+            std::getline(lines, line);
+        }
+        std::istringstream words(line);
+        std::vector<std::string> all;
+        for (std::string word; words >> word;) {
+            all.push_back(word);
+        }
+        if (all.size() < 4) {
+            return "no row";
+        }
+        return all[all.size() - 4] + " " + all[all.size() - 3] + " " + all[all.size() - 2] + " " + all[all.size() - 1];
+    }
+
+    std::filesystem::path directory_;
+    std::string out_;
+    std::string error_;
+    std::string pgn_;
+};
+
+const std::string ENGINE = "cmd=" QUORVANTH_PROGRAM " option.Hash=1 ";
+
+TEST_F(MatchProgram, EngineAgainstItselfFromPgn) {
+    Write("openings.pgn", "[Event \"?\"]\n\n1. e4 e5 2. Nf3 Nc6 *\n\n[Event \"?\"]\n\n1. d4 d5 *\n");
+    ASSERT_EQ(Run("-engine " + ENGINE + "name=A -engine " + ENGINE +
+                  "name=B -each nodes=500 -games 2 -concurrency 2 -pgn games.pgn -openings file=openings.pgn "
+                  "order=sequential"),
+              0)
+        << error_;
+    EXPECT_EQ(CountOf(pgn_, "[White \"A\"]"), 1u);
+    EXPECT_EQ(CountOf(pgn_, "[White \"B\"]"), 1u);
+    EXPECT_EQ(CountOf(pgn_, "\n1. e4 e5 2. Nf3 Nc6 3. "), 2u) << "both games begin with the first opening";
+    EXPECT_EQ(CountOf(pgn_, "[Termination \"normal\"]"), 2u);
+    EXPECT_EQ(CountOf(error_, "\n"), 2u) << error_;
+    EXPECT_NE(out_.find("Elo of A"), std::string::npos);
+    for (std::istringstream lines(pgn_); !lines.eof();) {
+        std::string line;
+        std::getline(lines, line);
+        EXPECT_LE(line.size(), 79u) << line;
+    }
+
+    // The games read back, move by legal move, and each is over after its last.
+    std::string error;
+    const std::vector<Opening> cut = ReadPgnOpenings(pgn_, 5, error);
+    ASSERT_EQ(cut.size(), 2u) << error;
+    EXPECT_TRUE(ReadPgnOpenings(pgn_, std::numeric_limits<int>::max(), error).empty());
+    EXPECT_NE(error.find("over before it begins"), std::string::npos) << error;
+}
+
+TEST_F(MatchProgram, PositionsGoIntoTheTags) {
+    Write("openings.epd", "4k3/8/8/8/8/8/4P3/4K3 b - - 3 61\n");
+    const std::string king = FakeEngine("king", "echo bestmove e8d8");
+    const std::string arguments = "-engine cmd=" + king + " name=A -engine cmd=" + king +
+                                  " name=B -each nodes=300 depth=4 -games 2 -openings file=openings.epd -pgn games.pgn";
+    ASSERT_EQ(Run(arguments), 0) << error_;
+    EXPECT_EQ(CountOf(pgn_, "[SetUp \"1\"]\n[FEN \"4k3/8/8/8/8/8/4P3/4K3 b - - 3 61\"]"), 2u);
+    EXPECT_EQ(CountOf(pgn_, "\n61... Kd8 {"), 2u);
+    EXPECT_EQ(CountOf(pgn_, "[TimeControl \"-\"]\n[WhiteLimits \"nodes=300 depth=4\"]"), 2u);
+    ASSERT_EQ(Run(arguments), 0) << error_;
+    EXPECT_EQ(CountOf(pgn_, "[SetUp \"1\"]"), 4u) << "a file that stands is added to";
+}
+
+TEST_F(MatchProgram, FaultsAreCountedByEngineAndColour) {
+    struct Case {
+        const char* name;
+        const char* at_go;
+        const char* faults;  // as either colour
+        const char* termination;
+    };
+    for (const Case& each : {
+             Case{"crashes", "exit 1", "1 0 0 0", "abandoned"},
+             Case{"cheats", "echo bestmove e2e5", "0 1 0 0", "rules infraction"},
+             Case{"babbles", "echo bestmove", "0 1 0 0", "rules infraction"},
+             Case{"is-late", "sleep 0.6; echo bestmove e2e4", "0 0 1 0", "time forfeit"},
+             Case{"hangs", "sleep 1000", "0 0 0 1", "abandoned"},
+             Case{"floods", "while :; do echo info string; done", "0 0 0 1", "abandoned"},
+         }) {
+        std::filesystem::remove(directory_ / "games.pgn");
+        const std::string engine = FakeEngine(each.name, each.at_go);
+        ASSERT_EQ(Run("-engine cmd=" + engine + " tc=0.2 -engine cmd=" + Dancer("Good", "0") +
+                      " nodes=100 -games 2 -concurrency 2 -patience 20 -pgn games.pgn"),
+                  0)
+            << error_;
+        for (const int colour : {WHITE, BLACK}) {
+            EXPECT_EQ(FaultsOf(each.name, colour), each.faults) << out_;
+            EXPECT_EQ(FaultsOf("Good", colour), "0 0 0 0") << out_;
+        }
+        EXPECT_EQ(CountOf(pgn_, std::string("[Termination \"") + each.termination + "\"]"), 2u) << pgn_;
+        EXPECT_EQ(CountOf(pgn_, "[Result \"0-1\"]"), 1u);
+        EXPECT_EQ(CountOf(pgn_, "[Result \"1-0\"]"), 1u);
+    }
+}
+
+TEST_F(MatchProgram, EnginesThatNeverStartEndTheMatch) {
+    const std::string good = "-engine cmd=" + FakeEngine("good", "echo bestmove e2e5") + " ";
+    const std::string silent = FakeEngine("silent", "exit", "exec sleep 1000");
+    EXPECT_EQ(Run("-engine cmd=" + silent + " " + good + "-each nodes=100 -games 50 -patience 1"), 1);
+    EXPECT_NE(error_.find("\"silent\" does not start"), std::string::npos) << error_;
+    EXPECT_NE(out_.find("Endings: stall 3\n"), std::string::npos) << out_;
+
+    const std::string absent = FakeEngine("absent", "exit", "exit 3");
+    EXPECT_EQ(Run(good + "-engine cmd=" + absent + " -each nodes=100 -games 50 -concurrency 2"), 1);
+    EXPECT_NE(error_.find("\"absent\" does not start"), std::string::npos) << error_;
+    EXPECT_NE(out_.find("Endings: crash 3\n"), std::string::npos) << out_;
+}
+
+TEST_F(MatchProgram, OptionsReachTheEngineAndTyposAreTold) {
+    const std::string listener = FakeEngine("listener", "exit");
+    std::string script = ReadFile(listener);
+    // It writes down all that it is told, in the directory where it runs, and knows one option.
+    script.replace(script.find("do case"), 7, "do echo \"$line\" >>told; case");
+    script.replace(script.find("echo uciok"), 10, "echo option name Big Hash type spin; echo uciok");
+    Write("listener", script);
+    std::filesystem::create_directory(directory_ / "home");
+    ASSERT_EQ(Run("-engine cmd=./listener dir=home 'option.big hash=5' option.Hsh=1 tc=2/3+0.5 -engine cmd=" +
+                  FakeEngine("other", "exit") + " nodes=5 -games 1"),
+              0)
+        << error_;
+    EXPECT_EQ(ReadFile(directory_ / "home" / "told"),
+              "uci\nsetoption name big hash value 5\nsetoption name Hsh value 1\nucinewgame\nisready\n"
+              "position startpos\ngo wtime 3000 btime 3000 winc 500 binc 500 movestogo 2\n");
+    EXPECT_NE(error_.find("lists no option \"Hsh\""), std::string::npos) << error_;
+    EXPECT_EQ(error_.find("big hash"), std::string::npos) << error_;
+}
+
+TEST_F(MatchProgram, TheTestStopsTheMatch) {
+    const std::string loser = FakeEngine("loser", "echo bestmove e2e5");
+    ASSERT_EQ(Run("-engine cmd=" + loser + " -engine cmd=" + Dancer("Good", "0") +
+                  " -each nodes=100 -games 60 -sprt elo0=0 elo1=800"),
+              0);
+    EXPECT_NE(out_.find("H0 is accepted"), std::string::npos) << out_;
+    EXPECT_EQ(CountOf(error_, "Round "), 2u) << "one pair decides";
+}
+
+TEST_F(MatchProgram, AdjudicatesWhenAsked) {
+    const auto run = [&](const std::string& score, const std::string& rule) {
+        std::filesystem::remove(directory_ / "games.pgn");
+        return Run("-engine cmd=" + Dancer("A", score) + " -engine cmd=" + Dancer("B", score) +
+                   " -each tc=60 -games 2 -pgn games.pgn " + rule);
+    };
+    const std::string white_wins = "n % 2 == 0 ? 500 : -500";
+    ASSERT_EQ(run(white_wins, "-resign moves=2 score=500"), 0) << error_;
+    EXPECT_NE(out_.find("Endings: adjudicated win 2\n"), std::string::npos) << out_;
+    EXPECT_EQ(CountOf(pgn_, "[PlyCount \"4\"]"), 2u) << "two moves of each";
+    EXPECT_EQ(CountOf(pgn_, "{White wins by adjudication} 1-0"), 2u);
+    // One engine alone decides nothing: here both believe that they win.
+    ASSERT_EQ(run("500", "-resign moves=2 score=500"), 0) << error_;
+    EXPECT_NE(out_.find("Endings: threefold repetition 2\n"), std::string::npos) << out_;
+    ASSERT_EQ(run("-10", "-draw from=4 moves=2 score=10"), 0) << error_;
+    EXPECT_NE(out_.find("Endings: adjudicated draw 2\n"), std::string::npos) << out_;
+    EXPECT_EQ(CountOf(pgn_, "[PlyCount \"7\"]"), 2u) << "not before White's fourth move";
+    ASSERT_EQ(run("0", ""), 0) << error_;
+    EXPECT_NE(out_.find("Endings: threefold repetition 2\n"), std::string::npos) << out_;
+}
+
+// Nobody is left behind: neither an engine that hangs nor what its script has started.
+TEST_F(MatchProgram, AnInterruptPrintsTheTableAndEndsEverybody) {
+    const std::string hangs = FakeEngine("hangs", "echo $$ >pid; sleep 1000 & echo $! >child; wait");
+    const std::string command = "cd " + directory_.string() + " && { " QUORVANTH_MATCH_PROGRAM " -engine cmd=" + hangs +
+                                " -engine cmd=" + Dancer("Good", "0") + " -each tc=100 >out.txt 2>error.txt & }; " +
+                                "for i in $(seq 300); do [ -s child ] && break; sleep 0.1; done; kill -INT $!; wait $!";
+    const int status = std::system(command.c_str());
+    EXPECT_EQ(WEXITSTATUS(status), 130);
+    EXPECT_NE(ReadFile(directory_ / "out.txt").find("Elo of hangs"), std::string::npos);
+    for (const char* name : {"pid", "child"}) {
+        const pid_t process = std::atoi(ReadFile(directory_ / name).c_str());
+        ASSERT_GT(process, 0);
+        // Killed at once, but it is the system that takes an orphan away.
+        const std::string state = ReadFile("/proc/" + std::to_string(process) + "/stat");
+        EXPECT_TRUE(state.empty() || state.find(") Z") != std::string::npos) << state;
+    }
+}
+
+}  // namespace
