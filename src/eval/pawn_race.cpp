@@ -155,5 +155,6 @@ std::int32_t RaceTerm(const RunningPawn& black, const RunningPawn& white) {
     if (white_moves == black_left) {
         return PackedSub(0, FirstQueen<WHITE>(white, black, white_moves).Term());
     }
+    // Black's moves with the one to come, as White's: the term is the same for both colours.
     return FirstQueen<BLACK>(black, white, black_moves).Term();
 }
