@@ -94,6 +94,9 @@ Bitboard WonByPush(int pawn, int king, const WonPositions* won) {
 
 /// With the white king standing still there is nothing to iterate.
 void SolveRun(int pawn, WonPositions* won) {
+    if (pawn < A2 || pawn > H7) {
+        return;  // no pawn stands there
+    }
     for (int king = 0; king < 64; ++king) {
         const Placing placing(pawn, king);
         won[pawn].white_to_move[king] = placing.white & WonByPush(pawn, king, won);
@@ -102,6 +105,9 @@ void SolveRun(int pawn, WonPositions* won) {
 }
 
 void SolveWin(int pawn, WonPositions* won) {
+    if (pawn < A2 || pawn > H7) {
+        return;
+    }
     WonPositions& here = won[pawn];
     for (int king = 0; king < 64; ++king) {
         here.white_to_move[king] = Placing(pawn, king).white & WonByPush(pawn, king, won);
