@@ -52,26 +52,6 @@ Bitboard XrayBehind(int square, int direction) {
     return behind == 0 ? 0 : behind & AttacksAlong(square, direction);
 }
 
-/// The attack set of a piece, for a pawn by colour; empty for no piece.
-Bitboard AttacksOf(int piece, Colour colour, int square) {
-    switch (piece) {
-        case KING:
-            return KingAttacks[square];
-        case KNIGHT:
-            return KnightAttacks[square];
-        case PAWN:
-            return PawnAttackersOf(ChangeSide(colour), square);
-        case ROOK:
-            return RookAttacksOf(square, thread_board.AllPieces);
-        case BISHOP:
-            return BishopAttacksOf(square, thread_board.AllPieces);
-        case QUEEN:
-            return QueenAttacksOf(square, thread_board.AllPieces);
-        default:
-            return 0;
-    }
-}
-
 /// True when castling checks: from the square that the rook reaches, or along the back rank past the squares
 /// that king and rook leave.
 bool CastlingGivesCheck(int from, int to, Bitboard enemy_king) {
@@ -90,11 +70,11 @@ bool PromotionGivesCheck(Move move, Bitboard enemy_king) {
     const int from = MoveFrom(move);
     const int to = MoveTo(move);
     const int promotion = MovePromotion(move);
-    if ((AttacksOf(promotion, us, to) & enemy_king) != 0) {
+    if ((AttacksFrom(promotion, us, to) & enemy_king) != 0) {
         return true;
     }
     // The promoted piece looks back through the square that the pawn has left.
-    if ((AttacksOf(promotion, us, from) & RayAttack(from, Direction[to][from]) & enemy_king) != 0) {
+    if ((AttacksFrom(promotion, us, from) & RayAttack(from, Direction[to][from]) & enemy_king) != 0) {
         return true;
     }
     return DiscoversCheck(move);
@@ -240,7 +220,7 @@ bool GivesCheck(Move move) {
     if (MovePromotion(move) != NO_PIECE) {
         return PromotionGivesCheck(move, enemy_king);
     }
-    if ((AttacksOf(piece, us, to) & enemy_king) != 0) {
+    if ((AttacksFrom(piece, us, to) & enemy_king) != 0) {
         return true;
     }
     if (IsEnPassant(move)) {

@@ -6,6 +6,26 @@
 #include "position/attacks.h"
 #include "position/board.h"
 
+/// Attack set of any piece with AllPieces as it stands.
+inline Bitboard AttacksFrom(int piece, Colour colour, int square) {
+    switch (piece) {
+        case KING:
+            return KingAttacks[square];
+        case KNIGHT:
+            return KnightAttacks[square];
+        case PAWN:
+            return colour == WHITE ? WhitePawnAttacks[square] : BlackPawnAttacks[square];
+        case ROOK:
+            return RookAttacksOf(square, thread_board.AllPieces);
+        case BISHOP:
+            return BishopAttacksOf(square, thread_board.AllPieces);
+        case QUEEN:
+            return QueenAttacksOf(square, thread_board.AllPieces);
+        default:
+            return 0;
+    }
+}
+
 /// Material units of the exchange test by PieceCode.
 inline constexpr std::int32_t ExchangeValue[8] = {0, 200, 3, 1, 0, 5, 3, 9};
 

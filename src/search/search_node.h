@@ -135,26 +135,6 @@ inline bool EnPassantWasIllegal(Move move, Colour us) {
     return IsEnPassant(move) && SquareAttacked(ChangeSide(us), thread_board.KingSquare[us]);
 }
 
-/// Attack set of any piece with AllPieces as it stands.
-inline Bitboard AttacksFrom(int piece, Colour colour, int square) {
-    switch (piece) {
-        case KING:
-            return KingAttacks[square];
-        case KNIGHT:
-            return KnightAttacks[square];
-        case PAWN:
-            return colour == WHITE ? WhitePawnAttacks[square] : BlackPawnAttacks[square];
-        case ROOK:
-            return RookAttacksOf(square, thread_board.AllPieces);
-        case BISHOP:
-            return BishopAttacksOf(square, thread_board.AllPieces);
-        case QUEEN:
-            return QueenAttacksOf(square, thread_board.AllPieces);
-        default:
-            return 0;
-    }
-}
-
 /// True when no pawn of the other colour can stop or take a pawn of `colour` on its way from `square`.
 inline bool IsPassedFrom(int square, Colour colour) {
     const Bitboard cone = colour == WHITE ? PassedMaskWhite[square] : PassedMaskBlack[square];
