@@ -83,10 +83,11 @@ std::int32_t ScaleThreePawnsOf(std::int32_t value) {
     const int first = LowestSetBit(pawns);
     const int last = HighestSetBit(pawns);
     const int king = thread_board.KingSquare[them];
+    const Colour side = thread_board.SideToMove;
     const bool heavy = HeavyUnits(WHITE) != 0;
     if (MinorPieces(WHITE) >= (heavy ? 1 : 2)) {
         const bool clear = heavy ? !KingInMaskOf<us>(first) && !KingInMaskOf<us>(last)
-                                 : PawnRunsAlone<us>(first) || PawnRunsAlone<us>(last);
+                                 : PawnRunsAlone<us>(side, first) || PawnRunsAlone<us>(side, last);
         if (clear) {
             return Scaled(value, FactorAgainst(them, ScaleThreeBishopClear, ScaleThreeClear));
         }
@@ -120,7 +121,7 @@ std::int32_t ScaleOnePawnOf(std::int32_t value) {
     const int pawn = LowestSetBit(thread_board.Pieces[PAWN][us]);
     const bool heavy = HeavyUnits(us) != 0;
     if (MinorPieces(us) >= (heavy ? 1 : 2)) {
-        const bool blocked = heavy ? KingInMaskOf<us>(pawn) : !PawnRunsAlone<us>(pawn);
+        const bool blocked = heavy ? KingInMaskOf<us>(pawn) : !PawnRunsAlone<us>(thread_board.SideToMove, pawn);
         return Scaled(value, blocked ? FactorAgainst(them, ScaleOnePawnBishopBlocked, ScaleOnePawnBlocked)
                                      : FactorAgainst(them, ScaleOnePawnBishop, ScaleOnePawn));
     }
@@ -165,7 +166,7 @@ std::int32_t RookPawnFactor() {
     const int defender = thread_board.KingSquare[them];
     const int files = std::abs(FileOf(defender) - FileOf(pawn));
     if (files <= 1) {
-        const int ahead = RankOfPawn<us>(defender) - RankOfPawn<us>(pawn);
+        const int ahead = RankSeenBy<us>(defender) - RankSeenBy<us>(pawn);
         if (ahead > 0) {
             const int from_edge = std::min(FileOf(pawn), 7 - FileOf(pawn));
             return from_edge == 0 ? ScaleRookEdge : from_edge == 1 ? ScaleRookKnightFile : ScaleRookCentre;
@@ -177,7 +178,7 @@ std::int32_t RookPawnFactor() {
     if ((KingAttacks[thread_board.KingSquare[us]] & Bit(pawn)) == 0) {
         return ScaleRookKingFar;
     }
-    const int ranks_left = 6 - RankOfPawn<us>(pawn);  // 0 on the seventh
+    const int ranks_left = 6 - RankSeenBy<us>(pawn);  // 0 on the seventh
     if (files - ranks_left < -1) {
         return ScaleRookFar;
     }
@@ -280,6 +281,14 @@ std::int32_t ScalePawnless(std::int32_t value) {
     return thread_board.PieceCount[PAWN][us] != 0 ? value : ScaledWithDelta(value, PawnlessFactor<us>());
 }
 
+/// Before a rule that goes by the side that is ahead: with the other side to move it may be another.
+void AskWhoIsAhead(std::int32_t value) {
+    const std::int64_t other_value = std::int64_t{value} - thread_eval_info.side_delta;
+    if ((value > 0) != (other_value > 0) || (value < 0) != (other_value < 0)) {
+        DependsOnMover();
+    }
+}
+
 bool FavoursWhoCannotWin(std::int32_t value) {
     return (value < 0 && thread_eval_info.cannot_win[WHITE] != 0) ||
            (value > 0 && thread_eval_info.cannot_win[BLACK] != 0);
@@ -319,6 +328,7 @@ std::int32_t ScaleEndgame(std::int32_t value) {
         return value;
     }
     value = ScaleByPawnCount(value);
+    AskWhoIsAhead(value);
     if (value != 0) {
         value = value < 0 ? ScalePawnsBeforeKingOf<WHITE>(value) : ScalePawnsBeforeKingOf<BLACK>(value);
     }
@@ -328,6 +338,7 @@ std::int32_t ScaleEndgame(std::int32_t value) {
     }
     value = ScaleRookAndPawn(value);
     value = ScaleExtraPawn(value);
+    AskWhoIsAhead(value);
     if (value != 0) {
         value = value < 0 ? ScalePawnless<WHITE>(value) : ScalePawnless<BLACK>(value);
     }

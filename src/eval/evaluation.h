@@ -42,6 +42,13 @@ struct ThreadEvalInfo {
 
 extern ThreadEvalInfo thread_eval_info;
 
+/// Says that the result may be another with the other side to move, beyond what side_delta tells. Called wherever a
+/// question has another answer then, also when this side's answer adds nothing: a derived result is that of a fresh
+/// evaluation but for the rounding of the endgame scales.
+inline void DependsOnMover() {
+    thread_eval_info.both_sides_valid = 0;
+}
+
 /// A window around the material balance from EngineSide's point of view: outside it Evaluate answers lazily.
 extern std::int32_t LazyLow;
 extern std::int32_t LazyHigh;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "eval/colour_view.h"
 #include "eval/evaluation.h"
 #include "eval/parameters.h"
 #include "eval/sigmoids.h"
@@ -18,11 +19,6 @@ enum ZoneBit : int {
     UNTOUCHED = 7,
     SAFELY_HIT = 8
 };
-
-/// A square named from White's side, for a colour.
-constexpr int OwnSquare(Colour colour, int square) {
-    return colour == WHITE ? square : MirrorRank(square);
-}
 
 /// What pawns and kings add. Their places in the sums do not matter, so they come after the pieces.
 template <Colour us>
@@ -55,7 +51,7 @@ void AddQueenNearShelter(std::int32_t development) {
 template <Colour defender>
 int KingPlaceClass(int king) {
     constexpr Bitboard FirstRankCentre = Bit(C1) | Bit(D1) | Bit(E1) | Bit(F1);
-    const int square = OwnSquare(defender, king);
+    const int square = OwnSquare<defender>(king);
     const int rank = RankOf(square);
     return rank == 0 ? (FirstRankCentre >> square & 1) != 0 : rank == 1 ? 2 : 3;
 }
@@ -114,7 +110,7 @@ void EvaluateKingAttack() {
     if (thread_eval_info.ending[ChangeSide(us)] != 0) {
         return;
     }
-    const std::int32_t development = DevelopmentClassOf(us);
+    const std::int32_t development = DevelopmentClassOf<us>();
     GatherPawnsAndKing<us>();
     AddQueenNearShelter<us>(development);
     AddZoneDanger<us>();
@@ -144,15 +140,17 @@ void AddQueenCheckThreat(std::int32_t& value) {
 
 }  // namespace
 
-std::int32_t DevelopmentClassOf(Colour colour) {
-    const auto stands = [colour](int piece, int square) {
-        return (thread_board.Pieces[piece][colour] & Bit(OwnSquare(colour, square))) != 0;
-    };
-    const int king = OwnSquare(colour, thread_board.KingSquare[colour]);
+template <Colour us>
+std::int32_t DevelopmentClassOf() {
+    const auto stands = [](int piece, int square) { return (PiecesOf(piece, us) & Bit(OwnSquare<us>(square))) != 0; };
+    const int king = OwnSquare<us>(thread_board.KingSquare[us]);
     const int pattern = (king >= C1 && king <= F1) | stands(QUEEN, D1) << 1 | stands(KNIGHT, B1) << 2 |
                         stands(KNIGHT, G1) << 3 | stands(BISHOP, C1) << 4 | stands(BISHOP, F1) << 5;
     return DevelopmentClass[pattern];
 }
+
+template std::int32_t DevelopmentClassOf<WHITE>();
+template std::int32_t DevelopmentClassOf<BLACK>();
 
 void EvaluateKingAttacks() {
     EvaluateKingAttack<BLACK>();

@@ -9,7 +9,8 @@
 #include "position/types.h"
 
 /// DevelopmentClass of a colour, 0..5, by which of its king, queen, knights and bishops stand at home.
-std::int32_t DevelopmentClassOf(Colour colour);
+template <Colour us>
+std::int32_t DevelopmentClassOf();
 
 /// The attack step of the full evaluation, after the piece loops and the threat counts: gathers the share of pawns and
 /// kings, adds to open_score and end_score, brings danger into 0..127, and sets move_bonus anew for every colour whose

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "eval/colour_view.h"
 #include "eval/evaluation.h"
 #include "eval/parameters.h"
 #include "eval/wrapping.h"
@@ -13,20 +14,9 @@ namespace {
 constexpr int KINGS_WING = 0;
 constexpr int QUEENS_WING = 1;
 
-/// A square named from White's side, for the king of `us`.
-template <Colour us>
-constexpr int Own(int square) {
-    return us == WHITE ? square : MirrorRank(square);
-}
-
-template <Colour us>
-constexpr Bitboard OwnRank(int rank) {
-    return RANK_1 << (8 * (us == WHITE ? rank : 7 - rank));
-}
-
 template <Colour us>
 bool Stands(int piece, int square) {
-    return (thread_board.Pieces[piece][us] & Bit(Own<us>(square))) != 0;
+    return (thread_board.Pieces[piece][us] & Bit(OwnSquare<us>(square))) != 0;
 }
 
 /// How a file before the king is covered. Of several own pawns the one nearest home counts.
@@ -37,7 +27,7 @@ std::int32_t FileCover(int file, std::int32_t open, std::int32_t half_open) {
         const Bitboard enemy = thread_board.Pieces[PAWN][ChangeSide(us)] & (FILE_A << file);
         return enemy == 0 ? open : half_open;
     }
-    return (own & OwnRank<us>(1)) != 0 ? 0 : (own & OwnRank<us>(2)) != 0 ? 1 : 2;
+    return (own & RankMaskSeenBy<us>(1)) != 0 ? 0 : (own & RankMaskSeenBy<us>(2)) != 0 ? 1 : 2;
 }
 
 /// A king that can still castle: its present files, and the better of the wings that it may go to.
@@ -71,7 +61,7 @@ std::int64_t WingCover(int king) {
     const bool on_queenside = FileOf(king) < 4;
     std::int64_t cover = thread_board.PawnEntry.WingShelter[us][on_queenside ? QUEENS_WING : KINGS_WING];
     const int pawn = on_queenside ? B2 : G2;
-    const Bitboard hole = Bit(Own<us>(on_queenside ? C2 + 8 : F2 + 8));
+    const Bitboard hole = Bit(OwnSquare<us>(on_queenside ? C2 + 8 : F2 + 8));
     const Bitboard intruders = thread_board.Pieces[PAWN][them] | thread_board.Pieces[BISHOP][them];
     if (!Stands<us>(PAWN, pawn) && (intruders & hole) != 0 && thread_board.Pieces[QUEEN][them] != 0) {
         cover += FianchettoHole;
@@ -104,7 +94,7 @@ template <Colour us>
 std::int32_t KingShelter() {
     constexpr std::uint32_t Rights = us == WHITE ? WHITE_SHORT | WHITE_LONG : BLACK_SHORT | BLACK_LONG;
     const int king = thread_board.KingSquare[us];
-    std::int64_t weakness = KingSquareShelter[Own<us>(king)];
+    std::int64_t weakness = KingSquareShelter[OwnSquare<us>(king)];
     std::int64_t queen_left = 0;
     if ((thread_board.CastlingFlags & Rights) != 0) {
         if (!Stands<us>(QUEEN, D1)) {

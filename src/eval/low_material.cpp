@@ -27,7 +27,7 @@ bool IsLevelWithoutPawns() {
 /// Entry of a table by the rank index 1..6 of a pawn. Pawns beyond can be set up by hand.
 template <Colour owner>
 int RankEntry(int pawn) {
-    return std::clamp(RankOfPawn<owner>(pawn), 1, 6) - 1;
+    return std::clamp(RankSeenBy<owner>(pawn), 1, 6) - 1;
 }
 
 template <Colour us>
@@ -108,7 +108,7 @@ template <Colour us>
 void JudgeCorner(int corner) {
     constexpr Colour them = ChangeSide(us);
     const Bitboard pawns = thread_board.Pieces[PAWN][us];
-    if ((pawns & ~(FILE_A << FileOf(corner))) != 0 || (thread_board.Pieces[BISHOP][us] & SquaresLike(corner)) != 0) {
+    if ((pawns & ~FileMaskOf(corner)) != 0 || (thread_board.Pieces[BISHOP][us] & SquaresLike(corner)) != 0) {
         return;
     }
     int enemy_steps = KingSteps(thread_board.KingSquare[them], corner);
@@ -225,12 +225,6 @@ std::int64_t MopUpTerm() {
     return term;
 }
 
-bool HasPawnsOnBothWings() {
-    constexpr Bitboard QUEENS_WING = FILE_A | (FILE_A << 1) | (FILE_A << 2);
-    constexpr Bitboard KINGS_WING = FILE_H | (FILE_H >> 1) | (FILE_H >> 2);
-    return (thread_board.AllPawns & QUEENS_WING) != 0 && (thread_board.AllPawns & KINGS_WING) != 0;
-}
-
 /// What a knight's side loses to pawns on both wings.
 template <Colour us>
 std::int64_t KnightWingsTerm() {
@@ -278,7 +272,7 @@ bool EvaluateLowMaterial(std::int32_t& result) {
     RefreshMaterial();
     base += thread_eval_info.material_score + MopUpTerm();
     thread_board.AllPawns = thread_board.Pieces[PAWN][WHITE] | thread_board.Pieces[PAWN][BLACK];
-    if (HasPawnsOnBothWings()) {
+    if (PawnsOnBothWings()) {
         base += KnightWingsTerm<WHITE>() + KnightWingsTerm<BLACK>();
     }
     result = static_cast<std::int32_t>(base + LoneKnightTerm());

@@ -4,8 +4,13 @@
 
 namespace {
 
+/// The colour must have one.
 int OnlyMan(int code, Colour colour) {
-    return LowestSetBit(thread_board.Pieces[code][colour]);
+    const Bitboard men = thread_board.Pieces[code][colour];
+    if (men == 0) {
+        __builtin_unreachable();
+    }
+    return LowestSetBit(men);
 }
 
 /// Two pawns side by side on a diagonal and on the colour of their own bishop: the defender holds them when his king
@@ -54,7 +59,7 @@ Settled JudgePawnAgainstBishop() {
     if ((BishopAttacksOf(OnlyMan(BISHOP, defender), thread_board.AllPieces) & path) != 0) {
         return DRAWN;
     }
-    const int ranks_left = 7 - RankOfPawn<owner>(pawn) + (defender_moves ? 1 : 0);
+    const int ranks_left = 7 - RankSeenBy<owner>(pawn) + (defender_moves ? 1 : 0);
     if (ranks_left >= 3 && (Bit(thread_board.KingSquare[defender]) & path) != 0) {
         return DRAWN;
     }
@@ -72,7 +77,7 @@ Settled JudgePawnAgainstKnight() {
     }
     if (thread_board.SideToMove == owner) {
         Bitboard free = StepOn<owner>(Bit(pawn)) & ~thread_board.AllPieces;
-        if (RankOfPawn<owner>(pawn) == 1 && (StepOn<owner>(free) & ~thread_board.AllPieces) != 0) {
+        if (RankSeenBy<owner>(pawn) == 1 && (StepOn<owner>(free) & ~thread_board.AllPieces) != 0) {
             free = StepOn<owner>(free);
         }
         if (free != 0) {
@@ -81,13 +86,13 @@ Settled JudgePawnAgainstKnight() {
     }
     const int king = thread_board.KingSquare[owner];
     const Bitboard knight = thread_board.Pieces[KNIGHT][defender];
-    if (RankOfPawn<owner>(pawn) == 7) {
+    if (RankSeenBy<owner>(pawn) == 7) {
         const Bitboard own = KingAttacks[king] | BishopAttacksOf(OnlyMan(BISHOP, owner), thread_board.AllPieces);
         return (KnightAttacks[pawn] & knight) != 0 || (own & Bit(pawn)) == 0 ? Settled(DRAWN) : std::nullopt;
     }
-    constexpr int turn = owner == BLACK ? 0 : 63;
-    const int stopper = LowestSetBit(knight) ^ turn;
-    return (KnightIntercept[pawn ^ turn][king ^ turn] & Bit(stopper)) != 0 ? Settled(DRAWN) : std::nullopt;
+    const int stopper = PawnTableSquare<owner>(LowestSetBit(knight));
+    const Bitboard stoppers = KnightIntercept[PawnTableSquare<owner>(pawn)][PawnTableSquare<owner>(king)];
+    return (stoppers & Bit(stopper)) != 0 ? Settled(DRAWN) : std::nullopt;
 }
 
 template <Colour owner>

@@ -2,9 +2,9 @@
 // one colour; whether it settles the position is its answer.
 #pragma once
 
+#include "eval/colour_view.h"
 #include "eval/evaluation.h"
 #include "eval/pawn_endgame_tables.h"
-#include "eval/pawn_parts.h"
 #include "position/attacks.h"
 #include "position/board.h"
 
@@ -27,21 +27,8 @@ constexpr std::int64_t TermFor(std::int64_t value) {
     return us == BLACK ? value : -value;
 }
 
-inline int HeavyUnits(Colour colour) {
-    return thread_board.PieceCount[ROOK][colour] + 2 * thread_board.PieceCount[QUEEN][colour];
-}
-
-inline int MinorPieces(Colour colour) {
-    return thread_board.PieceCount[KNIGHT][colour] + thread_board.PieceCount[BISHOP][colour];
-}
-
 inline int PawnsOnBoard() {
     return thread_board.PieceCount[PAWN][WHITE] + thread_board.PieceCount[PAWN][BLACK];
-}
-
-/// The squares of the colour of `square`.
-inline Bitboard SquaresLike(int square) {
-    return (LightSquares & Bit(square)) != 0 ? LightSquares : DarkSquares;
 }
 
 /// One bishop each, on different colours.
@@ -49,11 +36,6 @@ inline bool OppositeBishops() {
     return thread_board.PieceCount[BISHOP][WHITE] == 1 && thread_board.PieceCount[BISHOP][BLACK] == 1 &&
            ((thread_board.Pieces[BISHOP][WHITE] & LightSquares) != 0) !=
                ((thread_board.Pieces[BISHOP][BLACK] & LightSquares) != 0);
-}
-
-/// The outcome is another with the other side to move.
-inline void DependsOnMover() {
-    thread_eval_info.both_sides_valid = 0;
 }
 
 // The recognisers that have files of their own.

@@ -50,10 +50,9 @@ Settled JudgeQueenOf() {
         thread_board.Material[them] != PieceValue[PAWN]) {
         return std::nullopt;
     }
-    constexpr int turn = us == WHITE ? 0 : 56;
-    const int pawn = LowestSetBit(thread_board.Pieces[PAWN][them]) ^ turn;
-    const Bitboard pawn_king = Bit(thread_board.KingSquare[them] ^ turn);
-    const Bitboard queen_king = Bit(thread_board.KingSquare[us] ^ turn);
+    const int pawn = OwnSquare<us>(LowestSetBit(thread_board.Pieces[PAWN][them]));
+    const Bitboard pawn_king = Bit(OwnSquare<us>(thread_board.KingSquare[them]));
+    const Bitboard queen_king = Bit(OwnSquare<us>(thread_board.KingSquare[us]));
     const Mover mover = thread_board.SideToMove == us ? QUEENS_SIDE : PAWNS_SIDE;
     for (const Fortress& row : Fortresses) {
         if (row.pawn != pawn || (row.pawn_king & pawn_king) == 0) {

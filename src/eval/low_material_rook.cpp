@@ -22,7 +22,7 @@ class RookAndPawn {
         if (TakesRook()) {
             return ROOK_PAWN_DRAW;
         }
-        switch (RankOfPawn<owner>(pawn_)) {
+        switch (RankSeenBy<owner>(pawn_)) {
             case 1:
                 return AtHome();
             case 2:
@@ -55,8 +55,8 @@ class RookAndPawn {
 
     bool TakesRook() const {
         const Bitboard rook = Bit(rook_);
-        const Bitboard by_pawn = owner == WHITE ? WhitePawnAttacks[pawn_] : BlackPawnAttacks[pawn_];
-        return ((KingAttacks[king_] & rook) != 0 && (KingAttacks[rook_king_] & rook) == 0) || (by_pawn & rook) != 0;
+        return ((KingAttacks[king_] & rook) != 0 && (KingAttacks[rook_king_] & rook) == 0) ||
+               (PawnAttacksFrom<owner>(pawn_) & rook) != 0;
     }
 
     RookPawnVerdict AtHome() const {
@@ -109,7 +109,7 @@ int RearmostPawn() {
 template <Colour owner>
 std::int64_t OneOfManyHolds(int pawns) {
     const int rear = RearmostPawn<owner>();
-    std::int64_t value = (std::int64_t{RookPawnFar} * RankOfPawn<owner>(rear)) >> 8;
+    std::int64_t value = (std::int64_t{RookPawnFar} * RankSeenBy<owner>(rear)) >> 8;
     value -= RookPawnBase;
     value += (std::int64_t{RookPawnPerPawn} * pawns) >> 8;
     if (std::abs(FileOf(rear) - FileOf(thread_board.KingSquare[owner])) <= 1) {
@@ -166,7 +166,7 @@ Settled JudgeRookOf(std::int64_t& term) {
 template <Colour owner>
 RookPawnVerdict ProbeRookPawn(int pawn, int rook) {
     const RookAndPawn<owner> question(pawn, rook);
-    const int rank = RankOfPawn<owner>(pawn);
+    const int rank = RankSeenBy<owner>(pawn);
     const bool pawn_moves = thread_board.SideToMove == owner;
     if (rank < (pawn_moves ? 1 : 3) || rank > 6) {
         return ROOK_PAWN_UNKNOWN;

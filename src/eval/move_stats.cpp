@@ -30,10 +30,10 @@ std::int32_t PerMille(std::int64_t played, std::int64_t seen) {
 }  // namespace
 
 void BuildMoveStats(std::span<const std::int64_t> counts) {
+    std::memset(MoveFrequency, 0, sizeof MoveFrequency);
     if (counts.size() < static_cast<std::size_t>(MOVE_COUNT_VALUES)) {
         return;
     }
-    std::memset(MoveFrequency, 0, sizeof MoveFrequency);
     const std::int64_t* pair = counts.data();
     for (auto& by_class : MoveFrequency) {
         for (const int code : MoveCountPiece) {

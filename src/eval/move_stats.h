@@ -14,6 +14,6 @@ extern std::int32_t MoveFrequency[2][4][4096][2];
 /// times played and the times seen.
 inline constexpr int MoveCountPiece[6] = {KING, KNIGHT, PAWN, ROOK, BISHOP, QUEEN};
 
-/// Fills MoveFrequency from MOVE_COUNT_VALUES counts. Without counts, that is when no file gave any, the table
-/// stays as it was, like every parameter that a file does not reach.
+/// Fills MoveFrequency from MOVE_COUNT_VALUES counts. Without counts, that is when no file gives any, all is 0, also
+/// after a file that gave some.
 void BuildMoveStats(std::span<const std::int64_t> counts);

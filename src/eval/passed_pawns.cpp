@@ -1,11 +1,11 @@
 #include "eval/passed_pawns.h"
 
+#include "eval/colour_view.h"
 #include "eval/evaluation.h"
 #include "eval/knight_intercept.h"
 #include "eval/packed.h"
 #include "eval/parameters.h"
 #include "eval/pawn_endgame_tables.h"
-#include "eval/pawn_parts.h"
 #include "eval/pawn_race.h"
 #include "eval/sigmoids.h"
 #include "eval/wrapping.h"
@@ -22,12 +22,12 @@ int StepsOn(int square, int steps) {
 
 template <Colour us>
 int RanksToPromotion(int square) {
-    return 7 - RankOfPawn<us>(square);
+    return 7 - RankSeenBy<us>(square);
 }
 
 template <Colour us>
 bool IsAtHome(int square) {
-    return RankOfPawn<us>(square) == 1;
+    return RankSeenBy<us>(square) == 1;
 }
 
 /// What a pawn gains by being to move: a rank, two from its home rank.
@@ -41,7 +41,7 @@ int RanksOfMove(int square) {
 /// How a king stands to a pawn: ranks ahead of it, and files away.
 template <Colour us>
 std::int32_t KingTerm(const std::int32_t (&table)[6][4], int pawn, int king) {
-    const int ranks = std::clamp(RankOfPawn<us>(king) - RankOfPawn<us>(pawn), -2, 3);
+    const int ranks = std::clamp(RankSeenBy<us>(king) - RankSeenBy<us>(pawn), -2, 3);
     const int files = std::min(std::abs(FileOf(pawn) - FileOf(king)), 3);
     return table[ranks + 2][files];
 }
@@ -75,7 +75,7 @@ void ScorePawn(int square) {
     const bool met = (ConeAhead<us>(square) & Bit(thread_board.KingSquare[them])) != 0;
 
     const int force = std::clamp(thread_board.PieceWeight[us] - thread_board.PieceWeight[them] + 6, 0, 12);
-    const int rank = RankOfPawn<us>(square);
+    const int rank = RankSeenBy<us>(square);
     const int file = std::min(FileOf(square), 7 - FileOf(square));
     const std::int64_t state_end = std::int64_t{PassedStateEnd[state + (met ? 8 : 0)]} + KingsTerm<us>(square, stop);
 
@@ -119,7 +119,7 @@ void RunPastKnights(int square, RunningPawn& runner) {
     if ((AheadOnFile<us>(square) & thread_board.AllPieces) != 0 || !PawnRuns<us>(square)) {
         return;
     }
-    thread_eval_info.both_sides_valid = 0;
+    DependsOnMover();
     const int pawn = StepsOn<us>(square, RanksOfMove<us>(square));
     for (Bitboard knights = thread_board.Pieces[KNIGHT][ChangeSide(us)]; knights != 0;) {
         if (KnightStops<us>(PopLowestBit(knights), pawn)) {
@@ -129,11 +129,10 @@ void RunPastKnights(int square, RunningPawn& runner) {
     runner.Offer(RanksToPromotion<us>(pawn), square);
 }
 
-/// Whether a pawn whose own pieces stand in its way gets through: they take a move each to step aside, as if the pawn
-/// stood so much farther back.
+/// Whether a pawn whose own pieces stand in its way gets through with `side` to move: they take a move each to step
+/// aside, as if the pawn stood so much farther back.
 template <Colour us>
-bool RunsBehindPieces(int square, Bitboard in_the_way) {
-    const Colour side = thread_board.SideToMove;
+bool RunsBehindPieces(Colour side, int square, Bitboard in_the_way) {
     const int own_king = thread_board.KingSquare[us];
     const int enemy_king = thread_board.KingSquare[ChangeSide(us)];
     if ((PawnSquare[us][side][square] & Bit(enemy_king)) != 0) {
@@ -147,7 +146,7 @@ bool RunsBehindPieces(int square, Bitboard in_the_way) {
     }
     // The first rank counts as off the board: no pawn can stand there, and PawnSquare has nothing to say of it.
     const int pieces = PopCount(in_the_way);
-    return RankOfPawn<us>(square) > pieces &&
+    return RankSeenBy<us>(square) > pieces &&
            (PawnSquare[us][side][StepsOn<us>(square, -pieces)] & Bit(enemy_king)) == 0;
 }
 
@@ -168,29 +167,48 @@ std::int32_t BlockedKingTerm(int square) {
     const Bitboard all_pawns = pawns | thread_board.Pieces[PAWN][us];
     const bool fixed =
         pawns != 0 && thread_board.PawnEntry.PassedFiles(them) == 0 && (StepOn<them>(pawns) & ~all_pawns) == 0;
-    return fixed && PawnWins<us>(thread_board.SideToMove, square) ? BlockedKingWin[RankOfPawn<us>(square)] : 0;
+    if (!fixed) {
+        return 0;
+    }
+    const Colour side = thread_board.SideToMove;
+    const bool wins = PawnWins<us>(side, square);
+    if (wins != PawnWins<us>(ChangeSide(side), square)) {
+        DependsOnMover();
+    }
+    return wins ? BlockedKingWin[RankSeenBy<us>(square)] : 0;
+}
+
+/// Whether nothing stops a pawn with `side` to move, the enemy having but his king and pawns. `in_the_way` are its own
+/// men ahead of it on the file; of the enemy's there is none.
+template <Colour us>
+bool RunsPastKing(Colour side, int square, Bitboard in_the_way) {
+    return in_the_way != 0 ? RunsBehindPieces<us>(side, square, in_the_way)
+                           : EnemyKingIsLocked<us>() || PawnRunsAlone<us>(side, square);
 }
 
 /// The moves to promotion against a bare king, or what the pawn is worth all the same.
 template <Colour us>
 std::int32_t RunAgainstKing(int square, RunningPawn& runner) {
     constexpr Colour them = ChangeSide(us);
+    const Colour side = thread_board.SideToMove;
     const Bitboard ahead = AheadOnFile<us>(square);
     const Bitboard in_the_way = ahead & thread_board.ColourPieces[us];
-    int moves = RanksToPromotion<us>(square) - RanksOfMove<us>(square);
-    bool runs = (ahead & thread_board.ColourPieces[them]) == 0;
-    if (runs && in_the_way != 0) {
-        runs = RunsBehindPieces<us>(square, in_the_way);
-        moves += PopCount(in_the_way);
-    } else if (runs) {
-        runs = EnemyKingIsLocked<us>() || PawnRunsAlone<us>(square);
-        // It must step out of the way, or be driven.
-        moves -= (ConeAhead<us>(square) & Bit(thread_board.KingSquare[them])) != 0 ? 1 : 0;
-    }
-    if (!runs) {
+    if ((ahead & thread_board.ColourPieces[them]) != 0) {
         return BlockedKingTerm<us>(square);
     }
-    thread_eval_info.both_sides_valid = 0;
+    if (!RunsPastKing<us>(side, square, in_the_way)) {
+        if (RunsPastKing<us>(ChangeSide(side), square, in_the_way)) {
+            DependsOnMover();
+        }
+        return BlockedKingTerm<us>(square);
+    }
+    DependsOnMover();
+    int moves = RanksToPromotion<us>(square) - RanksOfMove<us>(square);
+    if (in_the_way != 0) {
+        moves += PopCount(in_the_way);
+    } else if ((ConeAhead<us>(square) & Bit(thread_board.KingSquare[them])) != 0) {
+        --moves;  // the king must step out of the way, or is driven
+    }
     runner.Offer(moves, square);
     return 0;
 }
@@ -201,7 +219,7 @@ std::int32_t RunAgainstKing(int square, RunningPawn& runner) {
 /// one that runs alone: less a move with its owner to move, two from its home rank.
 template <Colour us>
 void RunApart(int left, int right, RunningPawn& runner) {
-    // Both are asked, because each may clear both_sides_valid.
+    // Both are asked, because each may depend on the mover.
     const bool left_runs = PawnRuns<us>(left);
     const bool right_runs = PawnRuns<us>(right);
     if (!left_runs && !right_runs) {

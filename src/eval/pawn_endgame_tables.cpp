@@ -169,7 +169,7 @@ void InitPawnEndgameTables() {
 bool KpkProbe(Colour side, int pawn, int white_king, int black_king) {
     const bool runs = RunsThrough(side, pawn, white_king, black_king);
     if (runs != RunsThrough(ChangeSide(side), pawn, white_king, black_king)) {
-        thread_eval_info.both_sides_valid = 0;
+        DependsOnMover();
     }
     return runs;
 }

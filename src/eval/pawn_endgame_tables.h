@@ -49,10 +49,10 @@ inline bool PawnWins(Colour side, int pawn) {
     return KpkBitFor<owner>(KpkWin, side, pawn);
 }
 
-/// KpkRun, as if the pawn and the kings were alone.
+/// KpkRun with `side` to move, as if the pawn and the kings were alone.
 template <Colour owner>
-inline bool PawnRunsAlone(int pawn) {
-    return KpkBitFor<owner>(KpkRun, thread_board.SideToMove, pawn);
+inline bool PawnRunsAlone(Colour side, int pawn) {
+    return KpkBitFor<owner>(KpkRun, side, pawn);
 }
 
 /// KpkProbe.

@@ -1,9 +1,9 @@
 #include "eval/pawn_race.h"
 
+#include "eval/colour_view.h"
 #include "eval/evaluation.h"
 #include "eval/packed.h"
 #include "eval/parameters.h"
-#include "eval/pawn_parts.h"
 
 namespace {
 
@@ -12,12 +12,8 @@ int Capped(int moves) {
     return std::clamp(moves, 0, 7);
 }
 
-Bitboard FileOfSquare(int square) {
-    return FILE_A << FileOf(square);
-}
-
 Bitboard FileLines(int square) {
-    return RookAttacksOf(square, thread_board.AllPieces) & FileOfSquare(square);
+    return RookAttacksOf(square, thread_board.AllPieces) & FileMaskOf(square);
 }
 
 template <Colour us>
@@ -131,7 +127,7 @@ std::int32_t RaceTerm(const RunningPawn& black, const RunningPawn& white) {
     if (!black.Runs() && !white.Runs()) {
         return 0;
     }
-    thread_eval_info.both_sides_valid = 0;
+    DependsOnMover();
     // The counts take the move to come as made; the tables want it counted.
     const bool white_to_move = thread_board.SideToMove == WHITE;
     const int white_moves = white.moves + (white_to_move ? 1 : 0);

@@ -1,10 +1,10 @@
 #include "eval/pawn_structure.h"
 
+#include "eval/colour_view.h"
 #include "eval/evaluation.h"
 #include "eval/packed.h"
 #include "eval/parameters.h"
 #include "eval/pawn_hash.h"
-#include "eval/pawn_parts.h"
 
 #include <bit>
 
@@ -69,7 +69,7 @@ bool IsBackward(const PawnView& view, int square) {
     if ((neighbours & PawnAttacksFrom<us>(square)) != 0) {
         return (step & barred) != 0 || attacked;
     }
-    if ((pawn & PawnRankMask<us>(1)) != 0 && (neighbours & PawnRankMask<us>(3)) != 0) {
+    if ((pawn & RankMaskSeenBy<us>(1)) != 0 && (neighbours & RankMaskSeenBy<us>(3)) != 0) {
         return ((step | StepOn<us>(step)) & barred) != 0 || attacked;
     }
     return true;
@@ -91,7 +91,7 @@ bool IsCandidate(const PawnView& view, int square) {
 /// up and lift the block: no enemy pawn is ahead of that one, on its file or on the next file out.
 template <Colour us>
 bool HasLever(const PawnView& view, int square) {
-    if (RankOfPawn<us>(square) < 5) {
+    if (RankSeenBy<us>(square) < 5) {
         return false;
     }
     const Bitboard block = StepOn<us>(Bit(square)) & view.enemy;
@@ -170,7 +170,7 @@ int ShelterDigit(const PawnView& view, int file) {
     const Bitboard own = view.own & FILE_A << file;
     const int enemy_gone = (view.enemy & FILE_A << file) == 0 ? 4 : 0;
     for (int steps = 0; steps < 3; ++steps) {
-        if ((own & PawnRankMask<us>(1 + steps)) != 0) {
+        if ((own & RankMaskSeenBy<us>(1 + steps)) != 0) {
             return enemy_gone + steps;
         }
     }
@@ -185,7 +185,7 @@ std::uint32_t StormOf(const PawnView& view, Bitboard half, Bitboard cover) {
     std::uint32_t sum = 0;
     for (Bitboard storm = view.enemy & half; storm != 0;) {
         const int square = PopLowestBit(storm);
-        const int distance = RankOfPawn<us>(square) - 1;
+        const int distance = RankSeenBy<us>(square) - 1;
         if (distance < 1 || distance > 4) {
             continue;
         }

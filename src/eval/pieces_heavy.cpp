@@ -76,87 +76,47 @@ std::int32_t RookOnSeventhTerm(const LastRanks<us>& ranks, Bitboard seen) {
 
 template <Colour us>
 std::int32_t RookTerms() {
-    constexpr Colour them = ChangeSide(us);
-    ThreadEvalInfo& info = thread_eval_info;
     const LastRanks<us> ranks;
-    const int heavy_units = thread_board.PieceCount[ROOK][us] + 2 * thread_board.PieceCount[QUEEN][us];
-    const bool eighth_counts = heavy_units > 1 && ranks.king_on_last_two;
-    const std::int32_t* const position = PiecePosition[ROOK_SECTION][info.wing_index[us]];
+    const bool eighth_counts = HeavyUnits(us) > 1 && ranks.king_on_last_two;
     const Bitboard own = thread_board.ColourPieces[us];
-    const int enemy_king = thread_board.KingSquare[them];
-
-    KingAttack<us, ROOK> attack(info.rook_check[them]);
-    Bitboard attacked = 0;
-    std::int32_t value = 0;
-    for (Bitboard rooks = PiecesOf(ROOK, us); rooks != 0;) {
-        const int square = PopLowestBit(rooks);
-        const Bitboard seen = RookAttacksOf(square, thread_board.AllPieces);
-        attacked |= seen;
-        value = PackedAdd(value, position[TableSquare<us>(square)]);
-        value = PackedAdd(value, RookFileTerm<us>(square, seen));
+    const int enemy_king = thread_board.KingSquare[ChangeSide(us)];
+    return SumOverPieces<us, ROOK>([&](int square, Bitboard seen, auto& attack) {
+        std::int32_t value = RookFileTerm<us>(square, seen);
         if (RankSeenBy<us>(square) == 6) {
             value = PackedAdd(value, RookOnSeventhTerm<us>(ranks, seen));
         } else if (RankSeenBy<us>(square) == 7 && eighth_counts) {
             value = PackedAdd(value, RookOnEighth);
         }
-        // The pawn maps are not made yet: the second count takes nothing off.
-        value = PackedAdd(value, RookMobility[PopCount(seen & ~own)]);
-        value = PackedAdd(value, RookReach[PopCount(seen)]);
-
-        attack.Gather(square, seen);
         if (FileIsClearAhead<us>(square)) {
             attack.AddDanger(RookFileDanger[FileDistance(square, enemy_king)]);
         }
-        if (const int pinned = PinnedBy<us>(square, RookEmptyAttacks[square]); pinned != NO_PIECE) {
-            value = PackedAdd(value, RookPin[pinned]);
-        }
-    }
-    info.rook_attacks[us] = attacked;
-    info.attacks[us] |= attacked;
-    attack.Store();
-    return value;
+        // The pawn maps are not made yet: the second count takes nothing off.
+        value = PackedAdd(value, RookMobility[PopCount(seen & ~own)]);
+        return PackedAdd(value, RookReach[PopCount(seen)]);
+    });
 }
 
 template <Colour us>
 std::int32_t QueenTerms() {
-    constexpr Colour them = ChangeSide(us);
-    ThreadEvalInfo& info = thread_eval_info;
     const LastRanks<us> ranks;
-    const std::int32_t* const position = PiecePosition[QUEEN_SECTION][info.wing_index[us]];
     const Bitboard own = thread_board.ColourPieces[us];
-    const Bitboard useless = info.enemy_pawn_attacks[us] | info.blocked_pawns[us];
-    const int enemy_king = thread_board.KingSquare[them];
-
-    KingAttack<us, QUEEN> attack(info.queen_check[them]);
-    Bitboard attacked = 0;
-    std::int32_t value = 0;
-    for (Bitboard queens = PiecesOf(QUEEN, us); queens != 0;) {
-        const int square = PopLowestBit(queens);
-        const Bitboard seen = QueenAttacksOf(square, thread_board.AllPieces);
-        attacked |= seen;
-        value = PackedAdd(value, position[TableSquare<us>(square)]);
+    const Bitboard useless = thread_eval_info.enemy_pawn_attacks[us] | thread_eval_info.blocked_pawns[us];
+    const int enemy_king = thread_board.KingSquare[ChangeSide(us)];
+    return SumOverPieces<us, QUEEN>([&](int square, Bitboard seen, auto& attack) {
+        std::int32_t value = 0;
         if (RankSeenBy<us>(square) == 7 && ranks.king_on_last_two) {
-            value = PackedAdd(value, QueenOnEighth);
+            value = QueenOnEighth;
         } else if (RankSeenBy<us>(square) == 6 && ranks.seventh_has_targets && ranks.Pairs(seen)) {
-            value = PackedAdd(value, QueenPairOnSeventh);
+            value = QueenPairOnSeventh;
         }
-        value = PackedAdd(value, QueenMobility[PopCount(seen & ~own)]);
-        value = PackedAdd(value, QueenSafeMobility[PopCount(seen & ~useless)]);
-
-        attack.Gather(square, seen);
         std::int32_t danger = QueenDistanceDanger[KingSteps(square, enemy_king)];
         if (FileIsClearAhead<us>(square)) {
             danger = std::max(danger, QueenFileDanger[FileDistance(square, enemy_king)]);
         }
         attack.AddDanger(danger);
-        if (const int pinned = PinnedBy<us>(square, QueenEmptyAttacks[square]); pinned != NO_PIECE) {
-            value = PackedAdd(value, QueenPin[pinned]);
-        }
-    }
-    info.queen_attacks[us] = attacked;
-    info.attacks[us] |= attacked;
-    attack.Store();
-    return value;
+        value = PackedAdd(value, QueenMobility[PopCount(seen & ~own)]);
+        return PackedAdd(value, QueenSafeMobility[PopCount(seen & ~useless)]);
+    });
 }
 
 template std::int32_t RookTerms<WHITE>();

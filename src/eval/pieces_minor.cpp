@@ -74,18 +74,21 @@ std::int32_t OutpostTerm(int square) {
     if (guards == 0) {
         return value;
     }
-    const Bitboard same_colour = (LightSquares & Bit(square)) != 0 ? LightSquares : DarkSquares;
-    const bool contested = std::has_single_bit(guards) && (PiecesOf(BISHOP, them) & same_colour) != 0;
+    const bool contested = std::has_single_bit(guards) && (PiecesOf(BISHOP, them) & SquaresLike(square)) != 0;
     return PackedAdd(value, contested ? Tables::OutpostContested[entry] : Tables::OutpostGuarded[entry]);
+}
+
+template <Colour us, int piece>
+std::int32_t MinorTerms(int square, Bitboard seen) {
+    return PackedAdd(MobilityTerm<us, piece>(square, seen), OutpostTerm<us, piece>(square));
 }
 
 /// Pawns that stand in the way of a colour's only bishop.
 template <Colour us>
 std::int32_t LoneBishopTerm() {
-    const Bitboard squares = (PiecesOf(BISHOP, us) & LightSquares) != 0 ? LightSquares : DarkSquares;
-    const Bitboard pawns = PiecesOf(PAWN, us) & squares;
+    const Bitboard pawns = PiecesOf(PAWN, us) & SquaresLike(LowestSetBit(PiecesOf(BISHOP, us)));
     const Bitboard barred = thread_board.AllPieces | thread_eval_info.enemy_pawn_attacks[us];
-    const Bitboard fixed = pawns & OneRankBack<us>(barred);
+    const Bitboard fixed = pawns & StepBack<us>(barred);
     // A set-up board can hold more than eight pawns.
     return PackedSub(0, PackedAdd(BishopSameColourPawns[std::min(PopCount(pawns), 8)],
                                   BishopFixedPawns[std::min(PopCount(fixed), 8)]));
@@ -101,10 +104,6 @@ bool BishopFillsFianchetto() {
     const Bitboard pawns = PiecesOf(PAWN, us);
     return thread_eval_info.ending[us] == 0 && (KingAttacks[king] & Bit(hole)) != 0 && (pawns & Bit(hole)) == 0 &&
            (pawns & StepOn<us>(Bit(hole))) != 0 && (PiecesOf(BISHOP, us) & posts) != 0;
-}
-
-bool PawnsOnBothWings() {
-    return (thread_board.AllPawns & QUEENSIDE_FILES) != 0 && (thread_board.AllPawns & KINGSIDE_FILES) != 0;
 }
 
 /// What a colour's bishops are worth together.
@@ -129,59 +128,21 @@ std::int32_t BishopGroupTerms() {
 
 template <Colour us>
 std::int32_t KnightTerms() {
-    constexpr Colour them = ChangeSide(us);
-    ThreadEvalInfo& info = thread_eval_info;
-    const std::int32_t* const position = PiecePosition[KNIGHT_SECTION][info.wing_index[us]];
-    const int closed = std::min(PopCount(info.blocked_pawns[them]), 8);
-
-    KingAttack<us, KNIGHT> attack(info.knight_check[them]);
-    Bitboard attacked = 0;
-    std::int32_t value = ClosedPosition[closed];
-    for (Bitboard knights = PiecesOf(KNIGHT, us); knights != 0;) {
-        const int square = PopLowestBit(knights);
-        const Bitboard seen = KnightAttacks[square];
-        attacked |= seen;
-        value = PackedAdd(value, position[TableSquare<us>(square)]);
-        value = PackedAdd(value, KnightClosedPosition[closed]);
-        value = PackedAdd(value, MobilityTerm<us, KNIGHT>(square, seen));
-        value = PackedAdd(value, OutpostTerm<us, KNIGHT>(square));
-        attack.Gather(square, seen);
-    }
-    info.knight_attacks[us] = attacked;
-    info.attacks[us] |= attacked;
-    attack.Store();
-    return value;
+    const int closed = std::min(PopCount(thread_eval_info.blocked_pawns[ChangeSide(us)]), 8);
+    const std::int32_t value = SumOverPieces<us, KNIGHT>([&](int square, Bitboard seen, auto&) {
+        return PackedAdd(KnightClosedPosition[closed], MinorTerms<us, KNIGHT>(square, seen));
+    });
+    return PackedAdd(value, ClosedPosition[closed]);
 }
 
 template <Colour us>
 std::int32_t BishopTerms() {
-    constexpr Colour them = ChangeSide(us);
-    Bitboard bishops = PiecesOf(BISHOP, us);
-    if (bishops == 0) {
+    if (PiecesOf(BISHOP, us) == 0) {
         return 0;
     }
-    ThreadEvalInfo& info = thread_eval_info;
-    const std::int32_t* const position = PiecePosition[BISHOP_SECTION][info.wing_index[us]];
-
-    KingAttack<us, BISHOP> attack(info.bishop_check[them]);
-    Bitboard attacked = 0;
-    std::int32_t value = BishopGroupTerms<us>();
-    while (bishops != 0) {
-        const int square = PopLowestBit(bishops);
-        const Bitboard seen = BishopAttacksOf(square, thread_board.AllPieces);
-        attacked |= seen;
-        value = PackedAdd(value, position[TableSquare<us>(square)]);
-        attack.Gather(square, seen);
-        if (const int pinned = PinnedBy<us>(square, BishopEmptyAttacks[square]); pinned != NO_PIECE) {
-            value = PackedAdd(value, BishopPin[pinned]);
-        }
-        value = PackedAdd(value, MobilityTerm<us, BISHOP>(square, seen));
-        value = PackedAdd(value, OutpostTerm<us, BISHOP>(square));
-    }
-    info.bishop_attacks[us] = attacked;
-    info.attacks[us] |= attacked;
-    attack.Store();
-    return value;
+    const std::int32_t value = SumOverPieces<us, BISHOP>(
+        [](int square, Bitboard seen, auto&) { return MinorTerms<us, BISHOP>(square, seen); });
+    return PackedAdd(value, BishopGroupTerms<us>());
 }
 
 template std::int32_t KnightTerms<WHITE>();

@@ -2,73 +2,73 @@
 // is added to the score, White's taken from it, and the tables by square are seen from Black.
 #pragma once
 
+#include "eval/colour_view.h"
 #include "eval/evaluation.h"
 #include "eval/packed.h"
 #include "eval/parameters.h"
-#include "eval/pawn_parts.h"
 #include "eval/wrapping.h"
 #include "movegen/exchange.h"
 #include "position/attacks.h"
 #include "position/board.h"
 
-/// Sections of PiecePosition.
-enum PieceSection : int { KNIGHT_SECTION, ROOK_SECTION, BISHOP_SECTION, QUEEN_SECTION };
+/// What one kind of piece reads and fills: its section of PiecePosition, its attack sets and check maps.
+template <int piece>
+struct PieceKind;
 
-// The board as one colour sees it.
+template <>
+struct PieceKind<KNIGHT> {
+    static constexpr int Section = 0;
+    static constexpr auto AttackSets = &ThreadEvalInfo::knight_attacks;
+    static constexpr auto CheckMaps = &ThreadEvalInfo::knight_check;
+    static Bitboard AttacksOf(int square) { return KnightAttacks[square]; }
+};
 
-/// Rank 0..7 counted from a colour's own side.
-template <Colour us>
-constexpr int RankSeenBy(int square) {
-    return us == WHITE ? RankOf(square) : 7 - RankOf(square);
-}
+template <>
+struct PieceKind<ROOK> {
+    static constexpr int Section = 1;
+    static constexpr auto AttackSets = &ThreadEvalInfo::rook_attacks;
+    static constexpr auto CheckMaps = &ThreadEvalInfo::rook_check;
+    static constexpr auto& Pin = RookPin;
+    static constexpr auto& EmptyAttacks = RookEmptyAttacks;
+    static Bitboard AttacksOf(int square) { return RookAttacksOf(square, thread_board.AllPieces); }
+};
 
-/// All squares of such a rank.
-template <Colour us>
-constexpr Bitboard RankMaskSeenBy(int rank) {
-    return RANK_1 << (8 * (us == WHITE ? rank : 7 - rank));
-}
+template <>
+struct PieceKind<BISHOP> {
+    static constexpr int Section = 2;
+    static constexpr auto AttackSets = &ThreadEvalInfo::bishop_attacks;
+    static constexpr auto CheckMaps = &ThreadEvalInfo::bishop_check;
+    static constexpr auto& Pin = BishopPin;
+    static constexpr auto& EmptyAttacks = BishopEmptyAttacks;
+    static Bitboard AttacksOf(int square) { return BishopAttacksOf(square, thread_board.AllPieces); }
+};
 
-template <Colour us>
-constexpr Bitboard OneRankBack(Bitboard squares) {
-    return us == WHITE ? squares >> 8 : squares << 8;
-}
+template <>
+struct PieceKind<QUEEN> {
+    static constexpr int Section = 3;
+    static constexpr auto AttackSets = &ThreadEvalInfo::queen_attacks;
+    static constexpr auto CheckMaps = &ThreadEvalInfo::queen_check;
+    static constexpr auto& Pin = QueenPin;
+    static constexpr auto& EmptyAttacks = QueenEmptyAttacks;
+    static Bitboard AttacksOf(int square) { return QueenAttacksOf(square, thread_board.AllPieces); }
+};
 
-/// The entry of a table by square that is told for Black.
-template <Colour us>
-constexpr int TableSquare(int square) {
-    return us == BLACK ? square : MirrorRank(square);
-}
-
-constexpr Bitboard FileMaskOf(int square) {
-    return FILE_A << FileOf(square);
-}
-
-/// Files a..c and f..h.
-inline constexpr Bitboard QUEENSIDE_FILES = FILE_A | FILE_A << 1 | FILE_A << 2;
-inline constexpr Bitboard KINGSIDE_FILES = FILE_H | FILE_H >> 1 | FILE_H >> 2;
-
-inline Bitboard PiecesOf(int code, Colour colour) {
-    return thread_board.Pieces[code][colour];
-}
-
-/// The code of the man that a slider on `square` pins against the enemy king: the only one between them, and the
-/// enemy's own. NO_PIECE otherwise. `empty_attacks` is what the slider would attack on an empty board.
-template <Colour us>
-inline int PinnedBy(int square, Bitboard empty_attacks) {
+/// For the man that a slider on `square` pins against the enemy king: the only one between them, and the enemy's own.
+template <Colour us, int piece>
+std::int32_t PinTerm(int square) {
     constexpr Colour them = ChangeSide(us);
     const int king = thread_board.KingSquare[them];
-    if ((empty_attacks & Bit(king)) == 0) [[likely]] {
-        return NO_PIECE;
+    if ((PieceKind<piece>::EmptyAttacks[square] & Bit(king)) == 0) [[likely]] {
+        return 0;
     }
     const Bitboard between = Between[square][king] & ~Bit(square) & thread_board.AllPieces;
     const bool pinned = std::has_single_bit(between) && (between & thread_board.ColourPieces[them]) != 0;
-    return pinned ? static_cast<int>(thread_board.Board[LowestSetBit(between)]) : NO_PIECE;
+    return pinned ? PieceKind<piece>::Pin[static_cast<int>(thread_board.Board[LowestSetBit(between)])] : 0;
 }
 
 /// What the pieces of one kind and colour gather against the enemy king. Lives over one loop; Store hands the sums to
-/// thread_eval_info. A king that needs no protection has an empty zone and an empty check map here, so that the
-/// loops need not ask. Nothing
-/// bounds the parameters, so the sums wrap.
+/// thread_eval_info. A king that needs no protection has an empty zone and an empty check map here, so that the loops
+/// need not ask. Nothing bounds the parameters, so the sums wrap.
 template <Colour us, int piece>
 class KingAttack {
     static constexpr Colour them = ChangeSide(us);
@@ -129,6 +129,33 @@ class KingAttack {
     std::int32_t danger_ = 0;
     std::int32_t attackers_ = 0;
 };
+
+/// The loop over the pieces of one kind and colour, with what all kinds have in common. `own_terms(square, seen,
+/// attack)` answers the kind's own packed terms of a piece that attacks `seen`, and may add to its king attack.
+template <Colour us, int piece, typename OwnTerms>
+[[gnu::always_inline]] inline std::int32_t SumOverPieces(const OwnTerms& own_terms) {
+    using Kind = PieceKind<piece>;
+    ThreadEvalInfo& info = thread_eval_info;
+    const std::int32_t* const position = PiecePosition[Kind::Section][info.wing_index[us]];
+    KingAttack<us, piece> attack((info.*Kind::CheckMaps)[ChangeSide(us)]);
+    Bitboard attacked = 0;
+    std::int32_t value = 0;
+    for (Bitboard pieces = PiecesOf(piece, us); pieces != 0;) {
+        const int square = PopLowestBit(pieces);
+        const Bitboard seen = Kind::AttacksOf(square);
+        attacked |= seen;
+        value = PackedAdd(value, position[TableSquare<us>(square)]);
+        value = PackedAdd(value, own_terms(square, seen, attack));
+        attack.Gather(square, seen);
+        if constexpr (IsSlider(piece)) {
+            value = PackedAdd(value, PinTerm<us, piece>(square));
+        }
+    }
+    (info.*Kind::AttackSets)[us] = attacked;
+    info.attacks[us] |= attacked;
+    attack.Store();
+    return value;
+}
 
 // The loops: each answers its colour's packed value and fills that colour's attack sets.
 

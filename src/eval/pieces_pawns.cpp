@@ -10,7 +10,7 @@ namespace {
 template <Colour us>
 Bitboard BlockedPawnsOf() {
     const Bitboard pawns = PiecesOf(PAWN, us);
-    return pawns & OneRankBack<us>(pawns | thread_board.ColourPieces[ChangeSide(us)]);
+    return pawns & StepBack<us>(pawns | thread_board.ColourPieces[ChangeSide(us)]);
 }
 
 /// What the loose pawns of `owner`, whose pieces are few, are worth to the king that hunts them. In 64 bits, because a
@@ -27,7 +27,7 @@ std::int64_t HuntOf() {
     const int king = thread_board.KingSquare[hunter];
     const int king_ranks_left = 7 - RankSeenBy<owner>(king);
     const Bitboard stopped =
-        OneRankBack<owner>(PiecesOf(PAWN, owner) | thread_board.ColourPieces[hunter] | info.enemy_pawn_attacks[owner]);
+        StepBack<owner>(PiecesOf(PAWN, owner) | thread_board.ColourPieces[hunter] | info.enemy_pawn_attacks[owner]);
     std::int64_t sum = 0;
     while (loose != 0) {
         const int pawn = PopLowestBit(loose);

@@ -35,8 +35,8 @@ HomePenalty HomePenaltyOf() {
     constexpr Bitboard centre = Bit(second_rank + 3) | Bit(second_rank + 4);
     const Bitboard pawns = PiecesOf(PAWN, us);
     const auto at_home = static_cast<int>(pawns >> (second_rank + 1) & 63);
-    const int blocked = PopCount(pawns & centre & OneRankBack<us>(thread_board.AllPieces));
-    const std::int64_t factor = DevelopmentFactor[DevelopmentClassOf(us)];
+    const int blocked = PopCount(pawns & centre & StepBack<us>(thread_board.AllPieces));
+    const std::int64_t factor = DevelopmentFactor[DevelopmentClassOf<us>()];
     return {(std::int64_t{DevelopmentOpen[at_home]} + BlockedCentreOpen[blocked]) * factor,
             (std::int64_t{DevelopmentEnd[at_home]} + BlockedCentreEnd[blocked]) * factor};
 }

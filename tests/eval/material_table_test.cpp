@@ -1,12 +1,10 @@
 #include "eval/material_table.h"
 
-#include "support/evaluation_tables.h"
-#include "support/random_positions.h"
-
-#include <algorithm>
 #include <set>
 #include <string_view>
 #include <vector>
+
+#include "support/evaluation_fixture.h"
 
 namespace {
 
@@ -51,36 +49,27 @@ int MirrorIndex(int index) {
     return mirror + 6561 * (index / 9 + index % 9 * 9);
 }
 
-class MaterialTableTest : public testing::Test {
+class MaterialTableTest : public EvaluationTest {
   protected:
     void SetUp() override {
-        ResetEvaluation();
+        EvaluationTest::SetUp();
         imbalance.assign(IMBALANCE_SETS, 0);
         army.assign(ARMY_PAIRS, 0);
         factors.assign(ARMY_PAIRS, 256);
         AssignFixedTimeFactors(factors.data());
     }
-    static void TearDownTestSuite() { ResetEvaluation(); }
+    void TearDown() override {
+        EvaluationTest::TearDown();
+        ResetEvaluation();
+    }
 
     void Build() { BuildMaterialTable({imbalance.data(), army.data(), factors.data()}); }
 
-    void DrawParameters() {
-        std::mt19937 random(20250102);
-        const auto draw = [&](std::int32_t* values, std::size_t count, int low, int high) {
-            std::generate_n(values, count, [&] { return std::uniform_int_distribution<int>(low, high)(random); });
-        };
-        draw(PawnCorner, 8, 60, 140);
-        draw(TradeBonus, 6, -50, 50);
-        draw(TradeThin, 6, -400, 400);
-        draw(PieceValueFull, 8, -90, 90);
-        draw(PieceValueThin, 8, -900, 900);
-        draw(PieceValueCommon, 8, -90, 90);
-        for (std::int32_t* shared : {&MinorThin, &MinorFull, &MinorCommon, &HeavyThin, &HeavyFull, &HeavyCommon}) {
-            draw(shared, 1, -99, 99);
+    /// Pairs of armies, and the score of each, Black's point of view.
+    static void ExpectScores(const std::string& text) {
+        for (const TextCase& c : TextCases(text)) {
+            EXPECT_EQ(EntryOf(c.fen).score, c.Number(0)) << c.fen;
         }
-        draw(&MaterialScale[0][0], 16, 0, 90);
-        draw(imbalance.data(), imbalance.size(), -60, 60);
-        draw(army.data(), army.size(), -60, 60);
     }
 
     std::vector<std::int32_t> imbalance;
@@ -89,7 +78,11 @@ class MaterialTableTest : public testing::Test {
 };
 
 TEST_F(MaterialTableTest, EveryEntryMirrorsItsColourTwin) {
-    DrawParameters();
+    RandomizeParameters(3);
+    std::mt19937 random(4);
+    for (std::vector<std::int32_t>* statistics : {&imbalance, &army}) {
+        std::ranges::generate(*statistics, [&] { return static_cast<std::int32_t>(random() % 121) - 60; });
+    }
     Build();
     for (int index = 0; index < MATERIAL_OVERFLOW; ++index) {
         const MaterialEntry& entry = MaterialTable[index];
@@ -120,43 +113,33 @@ TEST_F(MaterialTableTest, PatternClassesNumberEverySmallBalancedSet) {
     EXPECT_EQ(*classes.begin(), 0);
     EXPECT_EQ(*classes.rbegin(), 113);
     // Numbers rise with Black's knights first; the queen alone comes last.
-    EXPECT_EQ(EntryOf("P1/P1").pattern_class[0], 0);
-    EXPECT_EQ(EntryOf("P1/NP1").pattern_class[0], 1);
-    EXPECT_EQ(EntryOf("Q/Q").pattern_class[0], 113);
-    EXPECT_EQ(EntryOf("R/").pattern_class[0] >= 0, true);    // one piece against none, any difference
-    EXPECT_EQ(EntryOf("BN/").pattern_class[0], -1);          // six points, two pieces
-    EXPECT_EQ(EntryOf("BN/N").pattern_class[0] >= 0, true);  // three points
-    EXPECT_EQ(EntryOf("RBN/RN").pattern_class[0], -1);       // above nine points
-    EXPECT_EQ(EntryOf("QQ/Q").pattern_class[0], -1);
+    const auto class_of = [](const char* pair) { return EntryOf(pair).pattern_class[0]; };
+    EXPECT_EQ(class_of("P1/P1"), 0);
+    EXPECT_EQ(class_of("P1/NP1"), 1);
+    EXPECT_EQ(class_of("Q/Q"), 113);
+    EXPECT_GE(class_of("R/"), 0) << "one piece against none, any difference";
+    EXPECT_GE(class_of("BN/N"), 0) << "three points";
+    EXPECT_EQ(class_of("BN/"), -1) << "six points, two pieces";
+    EXPECT_EQ(class_of("RBN/RN"), -1) << "above nine points";
+    EXPECT_EQ(class_of("QQ/Q"), -1);
 }
 
 TEST_F(MaterialTableTest, PhasesForcesFlagsAndFactorsOfKnownSets) {
-    struct Case {
-        const char* pair;
-        int white_phase, black_phase, current_phase;
-        int white_flags, black_flags;  // 1 cannot win, 2 king needs no protection
-        int time_factor;
-    };
-    const Case cases[] = {
-        {"QRRBBNNP8/QRRBBNNP8", 0, 0, 0, 0, 0, 340},
-        {"/", 256, 256, 256, 3, 3, 256},
-        {"QQRR/N", 0, 235, 117, 2, 1, 256},       // the force of twelve is the most that counts
-        {"N/BP1", 235, 235, 235, 3, 2, 256},      // a lone minor cannot win, with a pawn it can
-        {"NN/BN", 213, 213, 213, 3, 2, 256},      // two knights cannot, bishop and knight can
-        {"RNP3/RBP3", 192, 192, 192, 2, 2, 150},  // eight points
-        {"RBP3/RNP3", 192, 192, 192, 2, 2, 150},
-        {"RRBP6/RRNP6", 149, 149, 149, 2, 2, 257},  // thirteen points without a queen
-        {"QP3/RRP3", 171, 171, 171, 2, 2, 256},     // nine and ten points
-        {"QNP3/RRBNP3", 149, 128, 139, 0, 0, 256},  // twelve with a queen, sixteen without
-    };
-    for (const Case& c : cases) {
-        const MaterialEntry& entry = EntryOf(c.pair);
-        EXPECT_EQ(entry.white_phase, c.white_phase) << c.pair;
-        EXPECT_EQ(entry.black_phase, c.black_phase) << c.pair;
-        EXPECT_EQ(entry.current_phase, c.current_phase) << c.pair;
-        EXPECT_EQ(entry.flags[WHITE], c.white_flags) << c.pair;
-        EXPECT_EQ(entry.flags[BLACK], c.black_flags) << c.pair;
-        EXPECT_EQ(entry.time_factor, c.time_factor) << c.pair;
+    // White's, Black's and the common phase; both flags, 1 for who cannot win and 2 for a king that needs no
+    // protection; the time factor.
+    const std::string text =
+        "QRRBBNNP8/QRRBBNNP8 0 0 0 0 0 340; / 256 256 256 3 3 256; QQRR/N 0 235 117 2 1 256; "
+        "N/BP1 235 235 235 3 2 256; NN/BN 213 213 213 3 2 256; RNP3/RBP3 192 192 192 2 2 150; "
+        "RBP3/RNP3 192 192 192 2 2 150; RRBP6/RRNP6 149 149 149 2 2 257; QP3/RRP3 171 171 171 2 2 256; "
+        "QNP3/RRBNP3 149 128 139 0 0 256";
+    for (const TextCase& c : TextCases(text)) {
+        const MaterialEntry& entry = EntryOf(c.fen);
+        EXPECT_EQ(entry.white_phase, c.Number(0)) << c.fen;
+        EXPECT_EQ(entry.black_phase, c.Number(1)) << c.fen;
+        EXPECT_EQ(entry.current_phase, c.Number(2)) << c.fen;
+        EXPECT_EQ(entry.flags[WHITE], c.Number(3)) << c.fen;
+        EXPECT_EQ(entry.flags[BLACK], c.Number(4)) << c.fen;
+        EXPECT_EQ(entry.time_factor, c.Number(5)) << c.fen;
     }
     EXPECT_EQ(EntryOf("QRNP2/RBBP1").defend_force[WHITE], 180);
     EXPECT_EQ(EntryOf("QRNP2/RBBP1").attack_force[BLACK], 110);
@@ -164,27 +147,10 @@ TEST_F(MaterialTableTest, PhasesForcesFlagsAndFactorsOfKnownSets) {
 
 // All values 0 but for the fixed parts and the defaults: bishop pair 50.., rooks by pawns 15.., partners 15.
 TEST_F(MaterialTableTest, TradeRulesWorkedOutByHand) {
-    const struct {
-        const char* pair;
-        int score;  // Black's point of view
-    } cases[] = {
-        {"NP0/P1", -30},     {"BP2/P3", -100},   {"BP2/NP3", 0},
-        {"RP5/BNP5", 93},                         // -90 rook against two minors, -3 rook with ten pawns
-        {"RP8/BNP8", 103},                        // sixteen pawns read the end of the rook row
-        {"RP5/NP5", -27},                         // 30 - 3
-        {"RRP2/RBNP2", 126},                      // -120 two minors more, 9 rook with four pawns, -15 rook and bishop
-        {"QP3/RRP3", -50},                        // 60 - 2 * 5
-        {"QNP1/QBP1", -30},                       // 15 knight against bishop beside queens, 15 knight with queen
-        {"QN/QB", -15},                           // the first of them wants a pawn
-        {"RBP4/RNP4", -15},  {"RBNP4/QBP4", 59},  // -30 - 30 + 1
-        {"RBNP4/QP4", -61},                       // 60 + 1
-        {"RBBN/QR", -170},                        // two heavy units down, three minors up: 120, and the pair 50
-        {"RBB/QR", -50},                          // two minors up are not enough
-        {"BBP3/BNP8", -15},  {"BB/N", -170},     {"RP3/P3", -125},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(EntryOf(c.pair).score, c.score) << c.pair;
-    }
+    ExpectScores(
+        "NP0/P1 -30; BP2/P3 -100; BP2/NP3 0; RP5/BNP5 93; RP8/BNP8 103; RP5/NP5 -27; RRP2/RBNP2 126; QP3/RRP3 -50; "
+        "QNP1/QBP1 -30; QN/QB -15; RBP4/RNP4 -15; RBNP4/QBP4 59; RBNP4/QP4 -61; RBBN/QR -170; RBB/QR -50; "
+        "BBP3/BNP8 -15; BB/N -170; QNNP1/QBBP1 35; BBP3/RP8 -110; RP3/P3 -125");
 }
 
 TEST_F(MaterialTableTest, ValuesBlendBetweenFullAndThinArmies) {
@@ -229,26 +195,12 @@ TEST_F(MaterialTableTest, ThinLeadsAreScaledByPointsAndPawns) {
         }
     }
     Build();
-    const struct {
-        const char* pair;
-        int score;
-    } cases[] = {
-        // Computed from White's point of view, so that scaling rounds against White.
-        {"P8/BP7", -((-120 * 36) >> 6)},    // three points ahead, many pawns
-        {"NNP4/BP1", -((120 * 36) >> 6)},   // the same lead, of White
-        {"RNP3/RBP2", -((-15 * 15) >> 6)},  // level, two pawns
-        {"BNP5/RP5", -((93 * 26) >> 6)},    // one point
-        {"RBNP4/QP4", -((61 * 26) >> 6)},   // two points
-        {"RRP3/QP3", -((-50 * 6) >> 6)},    // the leader in value is behind in points
-        {"P3/RP3", 125},                    // five points are lead enough
-        // Taken from the twin, rounding and all.
-        {"BP7/P8", (-120 * 36) >> 6},
-        {"BP1/NNP4", (120 * 36) >> 6},
-        {"RBP2/RNP3", (-15 * 15) >> 6},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(EntryOf(c.pair).score, c.score) << c.pair;
-    }
+    // Computed from White's point of view, so that scaling rounds against White: a lead of three points with many
+    // pawns, by Black and by White, level ones, one and two points, a leader in value that is behind in points, and
+    // five points, which are lead enough. The last three are taken from the twin, rounding and all.
+    ExpectScores(
+        "P8/BP7 68; NNP4/BP1 -67; RNP3/RBP2 4; BNP5/RP5 -37; RBNP4/QP4 -24; RRP3/QP3 5; P3/RP3 125; BP7/P8 -68; "
+        "BP1/NNP4 67; RBP2/RNP3 -4");
 }
 
 TEST_F(MaterialTableTest, FallbackAgreesWithTheTable) {
@@ -260,6 +212,7 @@ TEST_F(MaterialTableTest, FallbackAgreesWithTheTable) {
             continue;
         }
         ++inside;
+        RefreshPhases();
         ComputeMaterialFallback();
         ASSERT_EQ(thread_board.white_phase, entry->white_phase) << fen;
         ASSERT_EQ(thread_board.black_phase, entry->black_phase) << fen;
@@ -267,7 +220,7 @@ TEST_F(MaterialTableTest, FallbackAgreesWithTheTable) {
         for (const Colour colour : {WHITE, BLACK}) {
             ASSERT_EQ(thread_board.defend_force[colour], entry->defend_force[colour]) << fen;
             ASSERT_EQ(thread_board.attack_force[colour], entry->attack_force[colour]) << fen;
-            ASSERT_EQ(EndingByFormula(colour), (entry->flags[colour] & MATERIAL_ENDING) != 0) << fen;
+            ASSERT_EQ(EndingByFormula(colour), thread_eval_info.ending[colour]) << fen;
         }
     }
     EXPECT_GT(inside, 500);
@@ -278,18 +231,17 @@ TEST_F(MaterialTableTest, FallbackBalance) {
         const char* fen;
         int value;  // Black's point of view
     } cases[] = {
-        {"r3k3/8/8/8/8/8/8/NNN1K3 w - - ", -505},    // 400, 120 two minors more, 15 the rook
-        {"rrn1k3/8/8/8/8/8/8/RRR1K3 w - - ", -230},  // 200, 30 heavy for minor, rooks count twice at most
-        {"4k3/8/8/8/8/8/8/QQQ1K3 w - - ", -2820},    // 2700 and 120
-        {"3qk3/8/8/8/8/8/8/NNN1K3 w - - ", -120},    // two heavy units down, three minors up
+        {"r3k3/8/8/8/8/8/8/NNN1K3", -505},    // 400, 120 two minors more, 15 the rook
+        {"rrn1k3/8/8/8/8/8/8/RRR1K3", -230},  // 200, 30 heavy for minor, rooks count twice at most
+        {"4k3/8/8/8/8/8/8/QQQ1K3", -2820},    // 2700 and 120
+        {"3qk3/8/8/8/8/8/8/NNN1K3", -120},    // two heavy units down, three minors up
     };
     for (const auto& c : cases) {
-        SetupFen(c.fen);
-        ASSERT_EQ(thread_board.MaterialIndex, MATERIAL_OVERFLOW);
-        const int value = EvaluateMaterial();
-        EXPECT_EQ(value, c.value) << c.fen;
-        SetupFen(ColourMirror(c.fen));
-        EXPECT_EQ(EvaluateMaterial(), -value) << c.fen;
+        FromBothSides(c.fen, [&](const Seen& seen) {
+            SetupFen(seen.fen);
+            ASSERT_EQ(thread_board.MaterialIndex, MATERIAL_OVERFLOW);
+            EXPECT_EQ(EvaluateMaterial(), seen.For(-c.value)) << seen.fen;
+        });
     }
 }
 
@@ -307,12 +259,12 @@ TEST_F(MaterialPattern, RookEndingReadsBothWings) {
     RookEndingTable[3][0] = 7;
     RookEndingTable[0][36] = 5;
     RookEndingTable[36][0] = 1;
-    EXPECT_EQ(TermOf("r3k3/ppp5/8/8/8/8/PP6/4K2R w - - "), (33 + 4) >> 1);
-    EXPECT_EQ(TermOf("4k2r/5ppp/8/8/8/8/6PP/R3K3 b - - "), (33 + 4) >> 1);  // left to right
-    EXPECT_EQ(TermOf("4k2r/pp6/8/8/8/8/PPP5/R3K3 w - - "), (-33 - 4) >> 1);
-    EXPECT_EQ(TermOf("r3k3/8/8/8/8/8/8/4K2R w - - "), 0);  // no pawn
+    EXPECT_EQ(TermOf("r3k3/ppp5/8/8/8/8/PP6/4K2R"), (33 + 4) >> 1);
+    EXPECT_EQ(TermOf("4k2r/5ppp/8/8/8/8/6PP/R3K3 b"), (33 + 4) >> 1);  // left to right
+    EXPECT_EQ(TermOf("4k2r/pp6/8/8/8/8/PPP5/R3K3"), (-33 - 4) >> 1);
+    EXPECT_EQ(TermOf("r3k3/8/8/8/8/8/8/4K2R"), 0);  // no pawn
     RookEndingTable[37][3] = 20;
-    EXPECT_EQ(TermOf("r3k3/8/8/8/8/8/PP6/4K2R w - - "), 10);
+    EXPECT_EQ(TermOf("r3k3/8/8/8/8/8/PP6/4K2R"), 10);
 }
 
 TEST_F(MaterialPattern, PieceSetsReadTheOtherSidesPawns) {
@@ -321,34 +273,24 @@ TEST_F(MaterialPattern, PieceSetsReadTheOtherSidesPawns) {
     PatternRow[knight_bishop][4][1] = 30;  // Black's pawns on a and b, White has some
     PatternRow[knight_bishop][4][0] = 90;
     PatternRow[bishop_knight][1][1] = 11;  // White's pawn on the a-file
-    EXPECT_EQ(TermOf("b3k3/pp6/8/8/8/8/P7/N3K3 w - - "), 19 >> 1);
-    EXPECT_EQ(TermOf("b3k3/pp6/8/8/8/8/8/N3K3 w - - "), 90 >> 1);
-    EXPECT_EQ(TermOf("n3k3/p7/8/8/8/8/PP6/B3K3 w - - "), -19 >> 1);
-    EXPECT_EQ(TermOf("bb2k3/pp6/8/8/8/8/P7/NN1QK3 w - - "), 0);  // no row for this set
+    EXPECT_EQ(TermOf("b3k3/pp6/8/8/8/8/P7/N3K3"), 19 >> 1);
+    EXPECT_EQ(TermOf("b3k3/pp6/8/8/8/8/8/N3K3"), 90 >> 1);
+    EXPECT_EQ(TermOf("n3k3/p7/8/8/8/8/PP6/B3K3"), -19 >> 1);
+    EXPECT_EQ(TermOf("bb2k3/pp6/8/8/8/8/P7/NN1QK3"), 0);  // no row for this set
 }
 
 TEST_F(MaterialPattern, KingsOfTheLeadingSide) {
-    for (int lead = 0; lead < 3; ++lead) {
-        for (int distance = 0; distance < 4; ++distance) {
-            for (int own = 0; own < 4; ++own) {
-                for (int other = 0; other < 4; ++other) {
-                    KingDistancePattern[lead][distance][own][other] =
-                        1000 * (lead + 1) + 100 * distance + 10 * own + other;
-                }
-            }
-        }
+    for (int i = 0; i < 3 * 64; ++i) {
+        (&KingDistancePattern[0][0][0][0])[i] = 1000 * (i / 64 + 1) + 100 * (i / 16 % 4) + 10 * (i / 4 % 4) + i % 4;
     }
-    EXPECT_EQ(TermOf("4k3/8/8/3q4/8/8/8/K7 w - - "), 3300);     // seven files and ranks away, counted as five
-    EXPECT_EQ(TermOf("8/8/2k5/8/3K4/8/8/N7 w - - "), -2032);    // White leads by three; rings 3 and 2
-    EXPECT_EQ(TermOf("8/1k6/8/8/3K4/8/8/nn2B3 b - - "), 2113);  // Black leads by three
-    EXPECT_EQ(TermOf("8/1k6/8/8/3K4/8/8/n3B3 b - - "), 0);      // level
-    EXPECT_EQ(TermOf("8/1k6/8/8/3K4/8/8/r3B3 b - - "), 1113);   // rook against bishop
-    EXPECT_EQ(TermOf("8/8/8/8/3Kk3/8/8/r3B3 b - - "), 1033);    // kings side by side read the nearest row
-}
-
-TEST_F(MaterialPattern, NoneOutsideTheTable) {
+    EXPECT_EQ(TermOf("4k3/8/8/3q4/8/8/8/K7"), 3300);       // seven files and ranks away, counted as five
+    EXPECT_EQ(TermOf("8/8/2k5/8/3K4/8/8/N7"), -2032);      // White leads by three; rings 3 and 2
+    EXPECT_EQ(TermOf("8/1k6/8/8/3K4/8/8/nn2B3 b"), 2113);  // Black leads by three
+    EXPECT_EQ(TermOf("8/1k6/8/8/3K4/8/8/n3B3 b"), 0);      // level
+    EXPECT_EQ(TermOf("8/1k6/8/8/3K4/8/8/r3B3 b"), 1113);   // rook against bishop
+    EXPECT_EQ(TermOf("8/8/8/8/3Kk3/8/8/r3B3 b"), 1033);    // kings side by side read the nearest row
     std::fill_n(&PatternRow[0][0][0], 114 * 6 * 2, 500);
-    EXPECT_EQ(TermOf("4k3/8/8/8/8/8/8/NNN1K3 w - - "), 0);
+    EXPECT_EQ(TermOf("4k3/8/8/8/8/8/8/NNN1K3"), 0) << "none outside the table";
 }
 
 }  // namespace

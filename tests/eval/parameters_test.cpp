@@ -1,55 +1,71 @@
 #include "eval/parameters.h"
 
-#include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <limits>
 #include <numeric>
-#include <random>
 #include <vector>
 
-#include "eval/init.h"
 #include "eval/material_table.h"
 #include "eval/move_stats.h"
-#include "eval/packed.h"
-#include "eval/parameters_fixture.h"
+#include "eval/parameter_file.h"
 #include "movegen/ordering.h"
+#include "support/evaluation_fixture.h"
 
 namespace {
 
-class ParameterFileTest : public ParametersFixture {};
-class ParameterCheckTest : public ParametersFixture {};
-
-/// Leaves the tables as an engine without a file has them.
-class ParameterBuildTest : public ParametersFixture {
+/// A working directory of its own. Leaves the tables as an engine without a file has them.
+class ParameterTest : public EvaluationTest {
   protected:
-    void TearDown() override {
-        std::filesystem::remove("values.txt");
-        AssignParameterDefaults();
-        Printed(InitEvaluation);
-        ParametersFixture::TearDown();
+    std::int32_t no_centre_ = 0;  // of a curve that has none
+
+    void SetUp() override {
+        EvaluationTest::SetUp();
+        home_ = std::filesystem::current_path();
+        directory_ = std::filesystem::temp_directory_path() / ("quorvanth_parameters_" + std::to_string(getpid()));
+        std::filesystem::remove_all(directory_);
+        std::filesystem::create_directory(directory_);
+        std::filesystem::current_path(directory_);
     }
+    void TearDown() override {
+        std::filesystem::remove_all("values.txt");
+        ResetEvaluation();
+        BuildPieceSquareSource();
+        std::filesystem::current_path(home_);
+        std::filesystem::remove_all(directory_);
+        EvaluationTest::TearDown();
+    }
+
+    static void WriteText(const std::string& text) { std::ofstream("values.txt", std::ios::binary) << text; }
+
+    template <typename Action>
+    static std::string Printed(const Action& action) {
+        testing::internal::CaptureStdout();
+        action();
+        return testing::internal::GetCapturedStdout();
+    }
+
+  private:
+    std::filesystem::path home_;
+    std::filesystem::path directory_;
 };
 
-class MoveStatsTest : public ParametersFixture {};
-
-// The length of each block of the file, from the sizes of what stands in it.
-constexpr int BLOCK_LENGTHS[] = {20,  10,  2916, 856, 371, 424,    256, 435, 32768, 1521, 98304, 1560, 556,
-                                 151, 640, 45,   648, 179, 236196, 208, 72,  47,    2560, 74,    776};
-
-/// The place in the file of the n-th value of a block.
+/// The place in the file of the n-th value of a block, or of the end for the block after the last.
 int PlaceInFile(int block, int n) {
-    return std::accumulate(BLOCK_LENGTHS, BLOCK_LENGTHS + block - 1, n);
-}
-
-int FileLength() {
-    return std::accumulate(std::begin(BLOCK_LENGTHS), std::end(BLOCK_LENGTHS), 0);
+    for (const Parameter& parameter : Parameters()) {
+        n += parameter.block < block ? parameter.places : 0;
+    }
+    return n;
 }
 
 /// A file of the numbers 0, 1, 2, ...: each value tells its place.
 std::string CountingFile(int count) {
     std::string text;
     for (int i = 0; i < count; ++i) {
-        text += std::to_string(i);
-        text += '\n';
+        text.append(std::to_string(i)).append("\n");
     }
     return text;
 }
@@ -62,127 +78,60 @@ std::vector<std::int32_t> Snapshot() {
     return values;
 }
 
-TEST_F(ParameterFileTest, EachValueStandsAtItsPlace) {
-    WriteText(CountingFile(FileLength()));
+std::size_t ImbalanceOf(int white_code, int white_count, int black_code, int black_count) {
+    int white[8] = {};
+    int black[8] = {};
+    white[white_code] = white_count;
+    black[black_code] = black_count;
+    return static_cast<std::size_t>(SetIndexOf(white, black));
+}
+
+TEST_F(ParameterTest, EachValueStandsAtItsPlace) {
+    WriteText(CountingFile(PlaceInFile(PARAMETER_BLOCKS + 1, 0)));
     const EvaluationStatistics statistics = LoadParameterFile();
+    // Of half tables and rows files a..d stand in the file, of a whole mirrored row the later file stays. The
+    // statistics are told by nested counts, white queens outermost, and stored by index.
     const struct {
         std::int32_t value;
-        int block;
-        int n;
-    } cases[] = {
-        {PawnCorner[7], 1, 7},
-        {TradeBonus[0], 1, 8},
-        {TradeThin[5], 1, 19},
-        {PieceValueFull[PAWN], 2, 0},
-        {PieceValueThin[PAWN], 2, 1},
-        {PieceValueFull[ROOK], 2, 2},
-        {PieceValueThin[QUEEN], 2, 9},
-        {KnightCheckDanger[0], 4, 231},
-        {RookCheckDanger[31], 4, 231 + 95},
-        {ShelterPattern[0], 4, 231 + 96 + 17},
-        {PawnConnectedColumnOpen[0][0], 5, 51},
-        {BlockedKingWinBoth[7], 6, 7},
-        {KingSquareShelterColumn[1][2], 6, 8 + 10},
-        {PieceSquareColumn[0], 6, 8 + 32},
-        {PieceSquareColumn[383], 6, 8 + 32 + 383},
-        {DangerCurve[5], 7, 5},
-        {ShelterFactor[0], 7, 128},
-        {ShelterPenalty[63], 7, 255},
-        {PieceSquareScale[0], 8, 35},
-        {RookEndingTable[1][2], 10, 41},
-        {PatternRow[113][5][1], 12, 1367},
-        {KingDistancePattern[0][0][0][1], 12, 1369},
-        {DevelopmentOpen[63], 13, 63},
-        {DevelopmentEnd[0], 13, 64 + 9},
-        {KingZoneValue[0], 13, 64 + 9 + 64 + 35},
-        {PassedOwnKing[0][1], 14, 18 + 2},
-        {PassedEnemyKing[5][3], 14, 18 + 47},
-        {PassedRace[0], 14, 18 + 48},
-        {PassedStateEnd[0], 14, 18 + 48 + 18 + 8},
-        {PassedFileEnd[0], 14, 18 + 48 + 18 + 8 + 16 + 1},
-        {PawnDuelAmplitude, 14, 18 + 48 + 18 + 8 + 16 + 8},
-        {PawnLeverOpen[0], 15, 0},
-        {PawnLeverOpen[9], 15, 5},   // b2
-        {PawnLeverOpen[14], 15, 5},  // g2 is its copy
-        {PawnLeverEnd[63], 15, 32 + 28},
-        {PawnCandidateEnd[60], 15, 19 * 32 + 31},
-        {PawnSpanBonusOpen[1], 16, 2},
-        {PassedSpanBonusOpen[8], 16, 17},
-        {ThreatBalanceOpen[2], 16, 18 + 6},
-        {ThreatBalanceEnd[2], 16, 18 + 7},
-        {RookOpenFileOpen[2], 17, 2},
-        {RookOpenFileOpen[5], 17, 2},
-        {RookOpenFileEnd[7], 17, 4},
-        {PawnIsolatedOpenEnd[0], 17, 8 + 7},  // of a whole mirrored row the later file stays
-        {PawnIsolatedOpenEnd[7], 17, 8 + 7},
-        {PawnBackwardOpenEnd[12], 17, 8 + 64 + 12},
-        {PawnIsolatedOpenOpen[4], 17, 8 + 2 * 64 + 4},
-        {PawnIsolatedSourceOpen[4], 17, 8 + 4 * 64 + 4},
-        {PawnDoubledEnd[60], 17, 8 + 9 * 64 + 60},
-        {RookHalfOpenFileEnd[0], 18, 4},
-        {RaceAloneBoth[0], 18, 8 + 6 * 8},
-        {KpkWinValue[0], 18, 72},
-        {PawnRunEach, 18, 72 + 6 + 2},
-        {QueenShelterEnd[0], 18, 72 + 15},
-        {DevelopmentClass[63], 18, 178},
-        {PassedForceEnd[0], 20, 28},
-        {KingHunt[0][0][1], 20, 28 + 13 + 9 + 5 + 1},
-        {AttackMoveShare, 20, 199},
-        {TempoBonus[7], 20, 207},
-        {OppositeBishopsPosition[35], 21, 71},
-        {MinorThin, 22, 8},
-        {MaterialScale[3][3], 22, 8 + 6 + 15},
-        {RookOnWeakFileOpen[0], 22, 31},
-        {RookHitsWeakPawnEnd[4], 22, 46},
-        {PiecePositionEnd[0][0][1], 23, 1281},
-        {QueenCheckDanger[0], 24, 42},
-        {KnightMobilityEnd[0], 25, 9},
-        {KnightLowMobilityOpen[0][0][0][0], 25, 96},
-        {BishopFixedPawnsOpen[0], 25, 96 + 4 * 108},
-        {QueenSafeMobilityEnd[28], 25, 775},
-    };
+        int block, n;
+    } cases[] = {{PieceValueFull[ROOK], 2, 2},
+                 {KingSquareShelterColumn[1][2], 6, 18},
+                 {PatternRow[113][5][1], 12, 1367},
+                 {PassedEnemyKing[5][3], 14, 65},
+                 {ThreatBalanceEnd[2], 16, 25},
+                 {RaceAloneBoth[0], 18, 56},
+                 {PiecePositionEnd[0][0][1], 23, 1281},
+                 {QueenSafeMobilityEnd[28], 25, 775},
+                 {PawnLeverOpen[14], 15, 5},
+                 {RookOpenFileOpen[5], 17, 2},
+                 {PawnIsolatedOpenEnd[0], 17, 15},
+                 {statistics.imbalance[ImbalanceOf(QUEEN, 1, PAWN, 0)], 3, 1458},
+                 {statistics.imbalance[ImbalanceOf(PAWN, 0, QUEEN, 1)], 3, 729},
+                 {statistics.imbalance[ImbalanceOf(BISHOP, 2, PAWN, 0)], 3, 54},
+                 {statistics.army[1], 19, 1},
+                 {static_cast<std::int32_t>(statistics.move_counts[98303]), 11, 98303}};
     for (const auto& c : cases) {
         EXPECT_EQ(c.value, PlaceInFile(c.block, c.n)) << "block " << c.block << " value " << c.n;
     }
-    // The statistics are told by nested counts, white queens outermost, and stored by index.
-    const int none[8] = {};
-    int one[8] = {};
-    one[QUEEN] = 1;
-    EXPECT_EQ(statistics.imbalance[static_cast<std::size_t>(SetIndexOf(one, none))], PlaceInFile(3, 1458));
-    EXPECT_EQ(statistics.imbalance[static_cast<std::size_t>(SetIndexOf(none, one))], PlaceInFile(3, 729));
-    one[QUEEN] = 0;
-    one[BISHOP] = 2;
-    EXPECT_EQ(statistics.imbalance[static_cast<std::size_t>(SetIndexOf(one, none))], PlaceInFile(3, 2 * 27));
-    EXPECT_EQ(statistics.army[1], PlaceInFile(19, 1));
-    EXPECT_EQ(statistics.move_counts[98303], PlaceInFile(11, 98303));
 }
 
-TEST_F(ParameterFileTest, WhatIsWrittenIsRead) {
+TEST_F(ParameterTest, WhatIsWrittenIsRead) {
     std::mt19937_64 random(7);
+    const auto number = [&] { return static_cast<std::int32_t>(random()); };
     EvaluationStatistics statistics;
     statistics.move_counts.resize(MOVE_COUNT_VALUES);
-    for (std::int64_t& count : statistics.move_counts) {
-        count = static_cast<std::int64_t>(random() >> 1);
-    }
-    for (std::int32_t& value : statistics.army) {
-        value = static_cast<std::int32_t>(random());
-    }
-    for (std::int32_t& value : statistics.imbalance) {
-        value = static_cast<std::int32_t>(random());
-    }
+    std::ranges::generate(statistics.move_counts, [&] { return static_cast<std::int64_t>(random() >> 1); });
+    std::ranges::generate(statistics.army, number);
+    std::ranges::generate(statistics.imbalance, number);
     ForEachPlace([&](const Parameter& parameter, int place) {
-        if (parameter.store != ParameterStore::TABLE) {
-            return;
-        }
-        const int entry = EntryOfPlace(parameter, place);
-        const bool mirrored = parameter.layout == FileLayout::MIRRORED || parameter.layout == FileLayout::HALF;
-        parameter.values[entry] = static_cast<std::int32_t>(random());
-        if (mirrored) {
-            parameter.values[entry ^ 7] = parameter.values[entry];
+        if (parameter.store == ParameterStore::TABLE) {
+            const int entry = EntryOfPlace(parameter, place);
+            const bool mirrored = parameter.layout == FileLayout::MIRRORED || parameter.layout == FileLayout::HALF;
+            parameter.values[entry] = number();
+            parameter.values[mirrored ? entry ^ 7 : entry] = parameter.values[entry];
         }
     });
     const std::vector<std::int32_t> values = Snapshot();
-
     ASSERT_TRUE(WriteParameterFile("values.txt", statistics));
     AssignParameterDefaults();
     ASSERT_NE(Snapshot(), values);
@@ -195,28 +144,23 @@ TEST_F(ParameterFileTest, WhatIsWrittenIsRead) {
     EXPECT_FALSE(WriteParameterFile("no/such/directory", statistics));
 }
 
-TEST_F(ParameterFileTest, ReadingEndsAtTheEndOrAtWhatIsNoNumber) {
+TEST_F(ParameterTest, ReadingEndsAtTheEndOrAtWhatIsNoNumber) {
+    constexpr std::int32_t LOWEST = -2147483647 - 1;
+    constexpr std::int32_t HIGHEST = 2147483647;
     const struct {
         const char* text;
         std::int32_t first, second, third;  // of PawnCorner, which starts as -1
     } cases[] = {
         {"", -1, -1, -1},
-        {"5", 5, -1, -1},
         {" 5\t\r\n\v\f+6\n\n-7\n", 5, 6, -7},
-        {"5 6 x 7", 5, 6, -1},
         {"5 6x 7", 5, 6, -1},
         {"5 - 6", 5, -1, -1},
         {"5 --6", 5, -1, -1},
-        {"\xef\xbb\xbf"
-         "5 6 7",
-         -1, -1, -1},
-        {"2147483647 2147483648 -2147483649", 2147483647, 2147483647, -2147483647 - 1},
-        {"99999999999999999999999999 -99999999999999999999999999 18446744073709551616", 2147483647, -2147483647 - 1,
-         2147483647},
-        {"000000000000000000000000000005 1.5", 5, 1, -1},
-    };
+        {"\xef\xbb\xbf 5 6 7", -1, -1, -1},
+        {"2147483647 2147483648 -2147483649", HIGHEST, HIGHEST, LOWEST},
+        {"99999999999999999999999999 -99999999999999999999999999 18446744073709551616", HIGHEST, LOWEST, HIGHEST},
+        {"000000000000000000000000000005 1.5", 5, 1, -1}};
     for (const auto& c : cases) {
-        AssignParameterDefaults();
         std::ranges::fill(PawnCorner, -1);
         WriteText(c.text);
         EXPECT_EQ(Printed([] { LoadParameterFile(); }), "");
@@ -227,10 +171,8 @@ TEST_F(ParameterFileTest, ReadingEndsAtTheEndOrAtWhatIsNoNumber) {
     }
 }
 
-TEST_F(ParameterFileTest, EarlyEndLeavesTheRestAsItWas) {
-    std::mt19937 random(3);
-    for (int round = 0; round < 12; ++round) {
-        const int length = round == 0 ? PlaceInFile(17, 8 + 2) : static_cast<int>(random() % 400000);
+TEST_F(ParameterTest, EarlyEndLeavesTheRestAsItWas) {
+    for (const int length : {5, 1000, PlaceInFile(11, 0), 200000, 390000, PlaceInFile(17, 8 + 2)}) {
         for (const Parameter& parameter : Parameters()) {
             std::fill_n(parameter.values, parameter.entries, -9);
         }
@@ -244,34 +186,28 @@ TEST_F(ParameterFileTest, EarlyEndLeavesTheRestAsItWas) {
                 ASSERT_EQ(parameter.values[n], reached ? place - 1 : reset ? 0 : -9) << parameter.name << length;
             }
         });
-        EXPECT_EQ(place, FileLength());
         EXPECT_EQ(statistics.move_counts.empty(), length <= PlaceInFile(11, 0));
         EXPECT_EQ(statistics.time_factors, std::vector<std::int32_t>(ARMY_PAIRS, 256));
     }
-    // The cut of the first round: in the middle of a mirrored row.
-    std::ranges::fill(PawnIsolatedOpenEnd, -9);
-    WriteText(CountingFile(PlaceInFile(17, 8 + 2)));
-    LoadParameterFile();
+    // The last cut: in the middle of a mirrored row.
     EXPECT_EQ(PawnIsolatedOpenEnd[6], PlaceInFile(17, 8 + 1));
     EXPECT_EQ(PawnIsolatedOpenEnd[5], -9);
 }
 
-TEST_F(ParameterFileTest, WithoutAFileTheDefaultsStay) {
+TEST_F(ParameterTest, WithoutAFileTheDefaultsStay) {
+    const std::vector<std::int32_t> values = Snapshot();
     for (const bool directory : {false, true}) {
         if (directory) {
             std::filesystem::create_directory("values.txt");
         }
-        const std::vector<std::int32_t> values = Snapshot();
         TradeBonus[2] = TradeThin[3] = PieceValueFull[QUEEN] = PieceValueThin[PAWN] = 77;
         EXPECT_EQ(Printed([] { LoadParameterFile(); }), "Error loading values.txt\n");
         EXPECT_EQ(Snapshot(), values);
     }
 }
 
-TEST_F(ParameterFileTest, NegativeMoveCountsAreToldAndKept) {
-    std::string text = CountingFile(PlaceInFile(11, 0));
-    text += "-5\n-6\n7\n-9000000000000000000\n-1\n";
-    WriteText(text);
+TEST_F(ParameterTest, NegativeMoveCountsAreToldAndKept) {
+    WriteText(CountingFile(PlaceInFile(11, 0)).append("-5\n-6\n7\n-9000000000000000000\n-1\n"));
     EvaluationStatistics statistics;
     EXPECT_EQ(Printed([&] { statistics = LoadParameterFile(); }),
               "Error! Negative prune stats value: -5\nError! Negative prune stats value: -1\n");
@@ -280,152 +216,89 @@ TEST_F(ParameterFileTest, NegativeMoveCountsAreToldAndKept) {
     EXPECT_EQ(statistics.move_counts[5], 0);
 }
 
-TEST_F(ParameterCheckTest, ValuesComeIntoTheirBoundsInOrder) {
+TEST_F(ParameterTest, ValuesComeIntoTheirBoundsInOrder) {
     FianchettoHole = -1;
-    CentreFileHalfOpen[1] = -2;
     QueenCheckDanger[31] = -3;
-    DangerCurve[0] = -4;
     ShelterPenalty[63] = -5;
-    ShelterPattern[511] = -6;
     ShelterFactor[0] = 0;
-    DevelopmentFactor[5] = 0;
     AttackDevelopmentScale[5] = -7;
     KingZoneValue[1] = 200;
     KingZoneValue[2] = -2147483647;
-    DevelopmentClass[0] = 6;
     DevelopmentClass[63] = -1;
     DevelopmentOpen[0] = 201;
     DevelopmentEnd[63] = -201;
     KpkWinValue[3] = 5;
     EXPECT_EQ(Printed(ValidateParameters),
-              "fix [1, -1 to 0]; \n"
-              "fix [5, -2 to 0]; \n"
-              "fix [133, -3 to 0]; \n"
-              "fix [134, -4 to 0]; \n"
-              "fix [325, -5 to 0]; \n"
-              "fix [837, -6 to 0]; \n"
-              "fix [838, 0 to 1]; \n"
-              "fix [907, 0 to 1]; \n"
-              "fix [919, -7 to 1]; \n"
-              "fix [921, 200 to 127]; \n"
-              "fix [1304, 6 to 5]; \n"
-              "fix [1367, -1 to 0]; \n"
-              "fix [1368, 201 to 200]; \n"
-              "fix [1495, -201 to -200]; \n");
-    EXPECT_EQ(KingZoneValue[1], 127);
+              "fix [1, -1 to 0]; \nfix [133, -3 to 0]; \nfix [325, -5 to 0]; \nfix [838, 0 to 1]; "
+              "\nfix [919, -7 to 1]; \nfix [921, 200 to 127]; \nfix [1367, -1 to 0]; \nfix [1368, 201 to 200]; "
+              "\nfix [1495, -201 to -200]; \n");
     EXPECT_EQ(KingZoneValue[2], -2147483647);
     EXPECT_EQ(KpkWinValue[3], 860);
     EXPECT_EQ(Printed(ValidateParameters), "");
-}
 
-TEST_F(ParameterCheckTest, RowsAndHalfTablesAreMirrored) {
-    for (int i = 0; i < 8; ++i) {
-        RookHalfOpenFileEnd[i] = i;
+    // Rows and half tables are mirrored, others not.
+    std::iota(RookHalfOpenFileEnd, RookHalfOpenFileEnd + 8, 0);
+    for (std::int32_t* table : {BishopOutpostOpen, PawnDoubledEnd, KingEdgeBonus}) {
+        std::iota(table, table + 64, 0);
     }
-    for (int i = 0; i < 64; ++i) {
-        BishopOutpostOpen[i] = PawnDoubledEnd[i] = i;
-        KingEdgeBonus[i] = i;
-    }
-    EXPECT_EQ(Printed(ValidateParameters), "");
-    EXPECT_EQ(RookHalfOpenFileEnd[4], 3);
-    EXPECT_EQ(RookHalfOpenFileEnd[7], 0);
+    ValidateParameters();
+    EXPECT_EQ(RookHalfOpenFileEnd[6], 1);
     for (int square = 0; square < 64; ++square) {
-        const int folded = FileOf(square) < 4 ? square : 8 * RankOf(square) + 7 - FileOf(square);
+        const int folded = FileOf(square) < 4 ? square : square ^ 7;
         EXPECT_EQ(BishopOutpostOpen[square], folded);
         EXPECT_EQ(PawnDoubledEnd[square], folded);
         EXPECT_EQ(KingEdgeBonus[square], square);
     }
 }
 
-TEST_F(ParameterBuildTest, PackingBorrowsFromTheOpeningHalf) {
-    std::vector<std::int32_t> opening;
-    std::vector<std::int32_t> ending;
-    for (const std::int32_t a : {-32768, -32767, -300, -1, 0, 1, 300, 32767}) {
-        for (const std::int32_t b : {-32768, -300, -1, 0, 1, 300, 32767}) {
-            opening.push_back(a);
-            ending.push_back(b);
-        }
-    }
-    std::vector<std::int32_t> packed(opening.size());
-    PackTable(opening.data(), ending.data(), packed.data(), static_cast<int>(packed.size()));
-    for (std::size_t i = 0; i < packed.size(); ++i) {
-        const std::int64_t word = std::int64_t{opening[i]} * 65536 + ending[i];
-        EXPECT_EQ(packed[i], static_cast<std::int32_t>(static_cast<std::uint32_t>(word)));
-        if (opening[i] > -32768) {
-            EXPECT_EQ(PackedOpening(packed[i]), opening[i]);
-        }
-        EXPECT_EQ(PackedEnding(packed[i]), ending[i]);
-    }
-}
-
-TEST_F(ParameterBuildTest, PackedTablesTakeBothHalvesOfTheirSources) {
+TEST_F(ParameterTest, TablesAreDerivedAndPacked) {
     KnightLowMobilityOpen[3][2][2][2] = -40;
     KnightLowMobilityEnd[3][2][2][2] = -50;
     PawnIsolatedOpenOpen[5] = 11;
     PawnIsolatedOpenEnd[5] = 12;
     PawnIsolatedSourceOpen[5] = 13;
-    PawnIsolatedSourceEnd[5] = 14;
     PiecePositionOpen[4][1][63] = 15;
     PiecePositionEnd[4][1][63] = -16;
     RaceLoosePawnsCheckBoth[8] = -17;
-    RookOnEighthOpen = 18;
-    RookOnEighthEnd = -19;
     QueenPinEnd[KNIGHT] = 20;
     PassedVsMinorsStep[0] = 3;
-    BuildDerivedRows();
-    PackParameters();
-    EXPECT_EQ(KnightLowMobility[3][2][2][2], -40 * 65536 - 50);
-    EXPECT_EQ(PawnIsolatedOpen[5], 11 * 65536 + 12);
-    EXPECT_EQ(PawnIsolated[5], 13 * 65536 + 14);
-    EXPECT_EQ(PawnPiecePosition[1][63], 15 * 65536 - 16);
-    EXPECT_EQ(RaceLoosePawnsCheck[8], -17 * 65537);
-    EXPECT_EQ(RookOnEighth, 18 * 65536 - 19);
-    EXPECT_EQ(QueenPin[KNIGHT], 20);
-    EXPECT_EQ(PassedVsMinors[1], 3 * 65537);
-    EXPECT_EQ(PawnOutflank, 150 * 65537);
-    EXPECT_EQ(ThreatBalance[3], -10 * 65537);
-}
-
-TEST_F(ParameterBuildTest, ShortParametersSpreadOverTheirTables) {
-    const std::vector<std::int32_t> minors = {30, 60, 100, 110, 120, 120, 120, 120, 120};
-    const std::vector<std::int32_t> bishops = {50, 50, 50, 50, 50, 45, 40, 30, 15};
-    const std::vector<std::int32_t> passed = {0, 5, 10, 15, 20, 20, 20, 20, 20};
     PawnConnectedColumnOpen[1][2] = 6;
     PawnConnectedColumnEnd[3][7] = -6;
     BuildDerivedRows();
-    EXPECT_TRUE(std::ranges::equal(MinorVsPawns, minors));
-    EXPECT_TRUE(std::ranges::equal(BishopPairBonus, bishops));
-    EXPECT_TRUE(std::ranges::equal(PassedVsMinorsBoth, passed));
-    EXPECT_EQ(KingSquareShelter[G1], 0);
-    EXPECT_EQ(KingSquareShelter[B2], 1);
-    EXPECT_EQ(KingSquareShelter[C1], 1);
-    EXPECT_EQ(KingSquareShelter[E1], 3);
-    EXPECT_EQ(KingSquareShelter[D8], 6);
-    EXPECT_EQ(CheckDanger[KNIGHT], 3);
-    EXPECT_EQ(CheckDanger[BISHOP], 2);
-    EXPECT_EQ(CheckDanger[QUEEN], 6);
-    EXPECT_EQ(PawnConnectedOpen[17], 6);
-    EXPECT_EQ(PawnConnectedOpen[22], 6);
-    EXPECT_EQ(PawnConnectedEnd[D8], -6);
-    EXPECT_EQ(PawnConnectedEnd[E8], -6);
-    EXPECT_EQ(std::ranges::count(PawnConnectedOpen, 6) + std::ranges::count(PawnConnectedEnd, -6), 4);
+    PackParameters();
+    const std::int32_t pairs[][2] = {{KnightLowMobility[3][2][2][2], -40 * 65536 - 50},
+                                     {PawnIsolatedOpen[5], 11 * 65536 + 12},
+                                     {PawnIsolated[5], 13 * 65536},
+                                     {PawnPiecePosition[1][63], 15 * 65536 - 16},
+                                     {RaceLoosePawnsCheck[8], -17 * 65537},
+                                     {QueenPin[KNIGHT], 20},
+                                     {PassedVsMinors[1], 3 * 65537},
+                                     {PawnConnected[17], 6 * 65536},
+                                     {PawnConnected[E8], -6},
+                                     {ThreatBalance[3], -10 * 65537},
+                                     {MinorVsPawns[3], 110},
+                                     {BishopPairBonus[5], 45},
+                                     {KingSquareShelter[E1], 3},
+                                     {CheckDanger[KNIGHT], 3},
+                                     {CheckDanger[QUEEN], 6}};
+    for (const auto& [value, expected] : pairs) {
+        EXPECT_EQ(value, expected) << PackedOpening(expected) << ' ' << PackedEnding(expected);
+    }
 }
 
-TEST_F(ParameterBuildTest, ReloadTakesANewFileButKeepsTheSummedTable) {
+std::int64_t* PairOf(std::vector<std::int64_t>& counts, int ending, int piece, int from, int to) {
+    return &counts[static_cast<std::size_t>(((ending * 6 + piece) * 64 + from) * 64 + to) * 2];
+}
+
+TEST_F(ParameterTest, ReloadTakesANewFileButKeepsTheSummedTable) {
     EXPECT_EQ(Printed(InitEvaluation), "Error loading values.txt\n");
-    const std::int32_t start_score = MaterialTable[531436].score;
     const std::int32_t knight_score = MaterialTable[729].score;
     const std::vector<std::int32_t> table(std::begin(PieceSquareTable), std::end(PieceSquareTable));
-    EXPECT_EQ(start_score, 0);
-    EXPECT_EQ(KnightMobility[4], 0);
-    EXPECT_EQ(TempoBonus[3], 8);
-    EXPECT_EQ(OppositeBishopsMaterial[35], 256);
 
     EvaluationStatistics statistics;
-    const int none[8] = {};
-    int knight[8] = {};
-    knight[KNIGHT] = 1;
-    statistics.imbalance[static_cast<std::size_t>(SetIndexOf(knight, none))] = 40;
+    statistics.imbalance[ImbalanceOf(KNIGHT, 1, PAWN, 0)] = 40;
+    statistics.move_counts.resize(MOVE_COUNT_VALUES);
+    std::fill_n(PairOf(statistics.move_counts, 0, 0, E1, F1), 2, 7);
     KnightMobilityOpen[4] = 9;
     PieceSquareColumn[0] = 99;
     KingZoneValue[0] = 200;
@@ -434,21 +307,18 @@ TEST_F(ParameterBuildTest, ReloadTakesANewFileButKeepsTheSummedTable) {
     EXPECT_EQ(Printed(InitEvaluation), "fix [920, 200 to 127]; \n");
     EXPECT_EQ(KnightMobility[4], 9 * 65536);
     EXPECT_NE(MaterialTable[729].score, knight_score);
-    EXPECT_EQ(MaterialTable[531436].score, start_score);
+    EXPECT_EQ(MoveFrequency[0][HistoryClass[KING]][E1 | (F1 << 6)][WHITE], 1000);
     EXPECT_TRUE(std::ranges::equal(PieceSquareTable, table));
 
-    // Without the file what was loaded stays.
+    // Without the file the parameters stay, the statistics go.
     std::filesystem::remove("values.txt");
     Printed(InitEvaluation);
     EXPECT_EQ(KnightMobility[4], 9 * 65536);
     EXPECT_EQ(MaterialTable[729].score, knight_score);
+    EXPECT_EQ(MoveFrequency[0][HistoryClass[KING]][E1 | (F1 << 6)][WHITE], 0);
 }
 
-std::int64_t* PairOf(std::vector<std::int64_t>& counts, int ending, int piece, int from, int to) {
-    return &counts[static_cast<std::size_t>(((ending * 6 + piece) * 64 + from) * 64 + to) * 2];
-}
-
-TEST_F(MoveStatsTest, FrequenciesArePerMilleAndMirroredForBlack) {
+TEST_F(ParameterTest, MoveFrequenciesArePerMilleAndMirroredForBlack) {
     constexpr std::int64_t huge = 9'000'000'000'000'000'000;
     const struct {
         int ending, piece, from, to;
@@ -459,10 +329,13 @@ TEST_F(MoveStatsTest, FrequenciesArePerMilleAndMirroredForBlack) {
         {1, 1, B1, C1 + 16, 7, 7, 1000},   // knight, class of the king
         {0, 2, E2, E2 + 16, 5, 0, 0},      // pawn never seen
         {0, 3, A1, A8, 999, 1000000, 0},   // rook: rounds down
-        {1, 5, D1, H1, 0, 10, 0},          // queen
         {1, 4, F1, G2, -5, 10, 0},         // bishop: negative counts never reach a reader
-        {0, 5, D8, H8, huge, huge, 1000},  // the product outgrows 64 bits
+        {0, 5, D8, H8, huge, huge, 1000},  // queen: the product outgrows 64 bits
         {0, 5, D7, H7, huge, 1, 2147483647},
+        // Of pieces that share a class the earlier stays.
+        {0, 2, E2, F1, 20, 1000, 20},
+        {0, 4, E2, F1, 30, 1000, 20},
+        {0, 4, E2, D1, 40, 1000, 40},
     };
     std::vector<std::int64_t> counts(MOVE_COUNT_VALUES);
     for (const auto& c : cases) {
@@ -474,32 +347,82 @@ TEST_F(MoveStatsTest, FrequenciesArePerMilleAndMirroredForBlack) {
     for (const auto& c : cases) {
         const int row = HistoryClass[MoveCountPiece[c.piece]];
         EXPECT_EQ(MoveFrequency[c.ending][row][c.from | (c.to << 6)][WHITE], c.expected);
-        const int mirrored = (56 + FileOf(c.from) - 8 * RankOf(c.from)) | ((56 + FileOf(c.to) - 8 * RankOf(c.to)) << 6);
-        EXPECT_EQ(MoveFrequency[c.ending][row][mirrored][BLACK], c.expected);
+        EXPECT_EQ(MoveFrequency[c.ending][row][MirrorRank(c.from) | (MirrorRank(c.to) << 6)][BLACK], c.expected);
         EXPECT_EQ(MoveFrequency[1 - c.ending][row][c.from | (c.to << 6)][WHITE], 0);
     }
-
-    // Without new counts the table stays.
-    BuildMoveStats({});
-    EXPECT_EQ(MoveFrequency[0][0][E1 | (F1 << 6)][WHITE], 333);
-    BuildMoveStats(std::vector<std::int64_t>(MOVE_COUNT_VALUES));
-    EXPECT_EQ(MoveFrequency[0][0][E1 | (F1 << 6)][WHITE], 0);
 }
 
-TEST_F(MoveStatsTest, OfPiecesThatShareAClassTheEarlierStays) {
-    std::vector<std::int64_t> counts(MOVE_COUNT_VALUES);
-    const auto set = [&](int piece, int from, int to, std::int64_t played) {
-        PairOf(counts, 0, piece, from, to)[0] = played;
-        PairOf(counts, 0, piece, from, to)[1] = 1000;
+TEST_F(ParameterTest, PieceSquaresComeFromTheSourceRows) {
+    const auto built = [](int code, int colour, int square) {
+        BuildPieceSquareTable();
+        return PieceSquareTable[PieceSquareIndex(code, colour, square)];
     };
-    set(2, E2, F1, 20);  // pawn
-    set(4, E2, F1, 30);  // bishop, the same class
-    set(4, E2, D1, 40);
-    BuildMoveStats(counts);
-    const int row = HistoryClass[BISHOP];
-    EXPECT_EQ(MoveFrequency[0][row][E2 | (F1 << 6)][WHITE], 20);
-    EXPECT_EQ(MoveFrequency[0][row][E2 | (D1 << 6)][WHITE], 40);
-    EXPECT_EQ(MoveFrequency[0][row][E7 | (D8 << 6)][BLACK], 40);
+    const std::vector<std::int32_t> before(std::begin(PieceSquareTable), std::end(PieceSquareTable));
+    // Numbers beyond 16 bits are cut; the file columns run from the own side, both wings alike.
+    PieceSquareColumn[static_cast<std::size_t>(PieceSquareColumnIndex(1, 0, 1, 2))] = 65536 + 77;
+    BuildPieceSquareSource();
+    for (const int file : {1, 6}) {
+        EXPECT_EQ(PackedOpening(built(KNIGHT, WHITE, 16 + file)), 77);
+        EXPECT_EQ(PackedOpening(built(KNIGHT, BLACK, 40 + file)), 77);
+    }
+    EXPECT_EQ(PieceSquareOpen[PieceSquareIndex(KNIGHT, WHITE, 17)], -10);
+    // The defaults are the built-in numbers but for the one that is not symmetric.
+    AssignParameterDefaults();
+    BuildPieceSquareSource();
+    for (int index = 0; index < 1024; ++index) {
+        const bool asymmetric =
+            index == PieceSquareIndex(KING, WHITE, G1) || index == PieceSquareIndex(KING, BLACK, G8);
+        const std::int32_t word = built(index >> 7, index >> 6 & 1, index & 63);
+        ASSERT_EQ(word, Pack(asymmetric ? 19 : PieceSquareOpen[index], PieceSquareEnd[index])) << index;
+        ASSERT_EQ(word, PieceSquareTable[index ^ (1 << 6) ^ 56]) << index;
+    }
+    EXPECT_EQ(built(KNIGHT, WHITE, A8), Pack(-76, -40));
+    EXPECT_EQ(built(PAWN, BLACK, E7 - 16), Pack(25, 2));
+    EXPECT_EQ(built(BISHOP, WHITE, H8), Pack(-8, -18));
+    EXPECT_EQ(built(QUEEN, BLACK, C1), Pack(0, -12));
+    std::ranges::copy(before, PieceSquareTable);
+}
+
+TEST_F(ParameterTest, AnySigmoidParametersGiveADefinedCurve) {
+    // The direction of each: more attackers and more material press harder, a strong attacker and a weak defender too.
+    EXPECT_EQ(PressureSigmoid[0], 0);
+    EXPECT_EQ(PressureSigmoid[63], 624);
+    EXPECT_EQ(HorrorSigmoid[0], 256);
+    EXPECT_LT(HorrorSigmoid[100], HorrorSigmoid[-100]);
+    EXPECT_GT(AttackHorrorSigmoid[0], AttackHorrorSigmoid[511]);
+    EXPECT_LT(DefendHorrorSigmoid[0], DefendHorrorSigmoid[511]);
+
+    std::mt19937 random(7);
+    const auto expect_curve = [&](const auto& sigmoid, int low, std::int32_t& a, std::int32_t& k, std::int32_t& c,
+                                  void (*build)(), std::int32_t base) {
+        const auto rounded = [](double value) {
+            return value < 0 ? -std::floor(0.5 - value) : std::floor(value + 0.5);
+        };
+        const int high = low + static_cast<int>(std::size(sigmoid.values)) - 1;
+        for (int round = 0; round < 60; ++round) {
+            const std::int32_t spread = round % 2 == 0 ? 2000 : std::numeric_limits<std::int32_t>::max();
+            for (std::int32_t* parameter : {&a, &k, &c}) {
+                *parameter = round == 0 ? *parameter : std::uniform_int_distribution<int>(-spread, spread)(random);
+            }
+            build();
+            for (int x = low; x <= high; ++x) {
+                const double centre = &c == &no_centre_ ? 0 : c;
+                const double exact = a / (1 + std::exp(k * (centre - x) / 1000)) - a / 2.0;
+                ASSERT_EQ(sigmoid[x], base + rounded(exact)) << x << ": " << a << ' ' << k << ' ' << c;
+            }
+            // Beyond the ends the last entry.
+            ASSERT_EQ(sigmoid[low - 1], sigmoid[low]);
+            ASSERT_EQ(sigmoid[std::numeric_limits<std::int32_t>::max()], sigmoid[high]);
+        }
+    };
+    expect_curve(PawnEndgameSigmoid, -150, PawnEndgameAmplitude, PawnEndgameSlope, no_centre_, InitPawnEndgameSigmoid,
+                 0);
+    expect_curve(PressureSigmoid, 0, PressureAmplitude, PressureSlope, PressureCentre, InitPressureSigmoid, 0);
+    expect_curve(AttackHorrorSigmoid, 0, AttackHorrorAmplitude, AttackHorrorSlope, AttackHorrorCentre,
+                 InitAttackHorrorSigmoid, 0);
+    expect_curve(DefendHorrorSigmoid, 0, DefendHorrorAmplitude, DefendHorrorSlope, DefendHorrorCentre,
+                 InitDefendHorrorSigmoid, 0);
+    expect_curve(HorrorSigmoid, -1000, HorrorAmplitude, HorrorSlope, no_centre_, InitHorrorSigmoid, 256);
 }
 
 }  // namespace

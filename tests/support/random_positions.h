@@ -1,8 +1,10 @@
-// Positions of random legal games, and their colour mirrors, for tests of what must hold everywhere.
+// Positions of random legal games, positions with few men, and colour mirrors, for tests of what must hold everywhere.
 #pragma once
 
+#include "movegen/exchange.h"
 #include "movegen/legal_moves.h"
 #include "movegen/search_records.h"
+#include "position/attacks.h"
 #include "position/board.h"
 #include "position/fen.h"
 
@@ -47,6 +49,41 @@ inline std::vector<std::string> RandomPositions(unsigned seed, int games, int pl
     return positions;
 }
 
+/// Two kings and up to `men` other men a side, drawn from the letters given, set up and as a FEN: pawns on ranks 2 to
+/// 7, kings apart, the side that has just moved not in check.
+inline std::string RandomFewMen(std::mt19937& random, unsigned men, const std::string& white = "PPPPNBRQ",
+                                const std::string& black = "ppppnbrq") {
+    for (;;) {
+        std::string board(64, '1');
+        const auto put = [&](char man) {
+            const bool pawn = man == 'P' || man == 'p';
+            std::size_t square = 0;
+            do {
+                square = pawn ? 8 + random() % 48 : random() % 64;
+            } while (board[square] != '1');
+            board[square] = man;
+        };
+        put('K');
+        put('k');
+        for (const std::string& letters : {white, black}) {
+            for (auto left = static_cast<unsigned>(random() % (men + 1)); left > 0; --left) {
+                put(letters[random() % letters.size()]);
+            }
+        }
+        std::string fen;
+        for (std::size_t rank = 0; rank < 8; ++rank) {
+            fen += board.substr(8 * rank, 8) + (rank < 7 ? "/" : "");
+        }
+        fen += random() % 2 == 0 ? " w - - " : " b - - ";
+        SetupFen(fen);
+        const Colour us = thread_board.SideToMove;
+        const bool apart = (KingAttacks[thread_board.KingSquare[WHITE]] & Bit(thread_board.KingSquare[BLACK])) == 0;
+        if (apart && !SquareAttacked(us, thread_board.KingSquare[ChangeSide(us)])) {
+            return fen;
+        }
+    }
+}
+
 /// The same position with colours changed: ranks turned upside down, every right and square with them.
 inline std::string ColourMirror(const std::string& fen) {
     std::istringstream fields(fen);
@@ -65,5 +102,5 @@ inline std::string ColourMirror(const std::string& fen) {
     if (en_passant.size() == 2) {
         en_passant[1] = en_passant[1] == '3' ? '6' : '3';
     }
-    return mirrored + (side == "w" ? " b " : " w ") + castling + " " + en_passant + " ";
+    return mirrored + (side == "b" ? " w " : " b ") + castling + " " + en_passant + " ";
 }
