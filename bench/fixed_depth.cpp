@@ -8,6 +8,7 @@
 #include "position/settings.h"
 #include "positions.h"
 #include "search/clock.h"
+#include "search/front_end.h"
 #include "search/think.h"
 
 #include <cinttypes>

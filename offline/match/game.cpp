@@ -5,10 +5,10 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "games/rules.h"
+#include "games/san.h"
 #include "match/command_line.h"
 #include "match/pgn_writer.h"
-#include "match/rules.h"
-#include "match/san.h"
 #include "position/board.h"
 #include "position/move_text.h"
 

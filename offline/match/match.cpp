@@ -12,8 +12,8 @@
 #include <fstream>
 #include <iterator>
 
+#include "games/rules.h"
 #include "match/command_line.h"
-#include "match/rules.h"
 #include "match/standing.h"
 #include "match/worker.h"
 

@@ -7,6 +7,9 @@
 
 namespace {
 
+/// More than an engine can have left unread before a deadline. One that talks without end is not heard out.
+constexpr int MAX_LATE_LINES = 1000;
+
 std::string_view TakeWord(std::string_view& text) {
     text.remove_prefix(std::min(text.find_first_not_of(" \t"), text.size()));
     const std::string_view word = text.substr(0, text.find_first_of(" \t"));
@@ -155,6 +158,7 @@ MoveAnswer UciEngine::AskMove(const std::string& position, const std::string& go
     }
     TimePoint deadline = start + (time ? *time : patience_);
     bool out_of_time = false;
+    int late_lines = 0;  // read after the deadline
     std::string line;
     for (;;) {
         const ReadOutcome outcome = process_.ReadLine(line, deadline);
@@ -172,12 +176,14 @@ MoveAnswer UciEngine::AskMove(const std::string& position, const std::string& go
             }
             ReadThinking(line, answer);
         }
-        if (SteadyClock::now() > deadline) {
+        // On a busy machine it may be the referee that comes late: what the engine has said by now is heard first.
+        if (SteadyClock::now() > deadline && (outcome == ReadOutcome::TIMEOUT || ++late_lines > MAX_LATE_LINES)) {
             if (out_of_time || !time) {
                 answer.answer = Failed(Answer::STALLED);
                 return answer;
             }
             out_of_time = true;
+            late_lines = 0;
             deadline = SteadyClock::now() + std::min(STOP_TIME, patience_);
             Send("stop");
         }

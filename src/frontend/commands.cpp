@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <string>
 
+#include "book/book.h"
 #include "frontend/game.h"
 #include "frontend/input.h"
 #include "frontend/interpreter.h"
@@ -17,6 +18,8 @@
 #include "search/think.h"
 #include "tools/epd_evaluation.h"
 #include "tools/perft.h"
+#include "tools/pgn_eval.h"
+#include "tools/self_test.h"
 
 namespace {
 
@@ -115,6 +118,9 @@ void NewGame() {
 }
 
 void Reset() {
+    if (RootScores[0] == 0) {
+        LearnAbandonedGame();
+    }
     ForgetGame();
 }
 
@@ -169,6 +175,7 @@ void Fritz() {
 void Xboard() {
     NodeLimit = 0;
     MaxDepth = NO_DEPTH_LIMIT;
+    ClockedDepth = NO_DEPTH_LIMIT;
     MovesPerPeriod = 0;
     MoveTime = 0;
     MateDepth = 0;
@@ -225,7 +232,11 @@ void PrintCastlingFlags() {
 void PrintBookMoves() {
     std::printf("Current nhash1 = %d, nhash2 = %d\n", static_cast<std::int32_t>(thread_board.PositionKey),
                 static_cast<std::int32_t>(thread_board.PositionKey >> 16));
-    std::puts("No book loaded...");
+    if (BookLoaded) {
+        ListBookMoves();
+    } else {
+        std::puts("No book loaded...");
+    }
 }
 
 void PrintTablebaseStatus() {
@@ -242,6 +253,14 @@ void EvaluateEpd() {
     if (TokenCount >= 2) {
         EpdEval(std::string(Tokens[1]).c_str());
     }
+}
+
+void EvaluatePgn() {
+    PgnEval("c:\\work\\source.pgn");
+}
+
+void RunSelfTest() {
+    SelfTest("c:\\work\\chess\\quorvanth\\release\\source.pgn");
 }
 
 void CountPerft() {

@@ -39,6 +39,8 @@ void PrintCastlingFlags();
 void PrintBookMoves();
 void PrintTablebaseStatus();
 void EvaluateEpd();
+void EvaluatePgn();
+void RunSelfTest();
 void CountPerft();
 
 /// Prints "Illegal move: " and the line as it came.

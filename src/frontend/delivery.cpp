@@ -1,9 +1,12 @@
 #include "frontend/delivery.h"
 
-#include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 
+#include "book/book.h"
+#include "book/learning.h"
 #include "movegen/legal_moves.h"
+#include "movegen/score_history.h"
 #include "movegen/search_records.h"
 #include "position/board.h"
 #include "position/move_text.h"
@@ -11,15 +14,20 @@
 #include "position/settings.h"
 #include "search/front_end.h"
 
-Key PlayedKeys[PLAYED_MOVES];
-std::int32_t PlayedScores[PLAYED_MOVES];
-std::int32_t PlayedFromBook[PLAYED_MOVES];
-
 namespace {
 
 constexpr int NEWEST = PLAYED_MOVES - 1;
 
+void Learn(BookResult result) {
+    if (BookLearningPending()) {
+        BookLearn(result);
+    }
+}
+
+/// A result seen by the engine. The book counts every one as a draw: what the engine itself lost or won, a score has
+/// told before.
 void Announce(const char* text) {
+    Learn(BOOK_DRAW);
     if (UciMode == 0) {
         std::puts(text);
         std::fflush(stdout);
@@ -32,15 +40,11 @@ bool HasBareKingAgainst(Colour bare) {
            thread_board.Material[other] <= PieceValue[BISHOP];
 }
 
-/// A forced move tells nothing about the position: it repeats the score of the move before.
-void RecordPlayedMove(bool forced) {
-    std::shift_left(PlayedKeys, PlayedKeys + PLAYED_MOVES, 1);
-    std::shift_left(PlayedScores, PlayedScores + PLAYED_MOVES, 1);
-    std::shift_left(PlayedFromBook, PlayedFromBook + PLAYED_MOVES, 1);
-    PlayedKeys[NEWEST] = thread_board.PositionKey;
-    PlayedFromBook[NEWEST] = BookMovePlayed;
-    if (!forced) {
-        PlayedScores[NEWEST] = RootScores[0];
+/// Out of the book, a score beyond the bound decides the game for the book.
+void LearnFromScore() {
+    const std::int64_t score = RootScores[0];
+    if (BookMovePlayed == 0 && std::abs(score) > BookLearningBound) {
+        Learn(score >= 0 ? BOOK_WIN : BOOK_LOSS);
     }
 }
 
@@ -91,12 +95,6 @@ void Refuse(const char* reason) {
 
 }  // namespace
 
-void InitScoreHistory() {
-    std::ranges::fill(PlayedKeys, 0);
-    std::ranges::fill(PlayedScores, 100);
-    std::ranges::fill(PlayedFromBook, 1);
-}
-
 bool IsInsufficientMaterial() {
     return HasBareKingAgainst(WHITE) || HasBareKingAgainst(BLACK);
 }
@@ -128,6 +126,7 @@ bool DeliverMove() {
         SetupStartPosition();
         return false;
     }
+    LearnFromScore();
     const Move move = MoveList[0].Move;
     if (UciMode != 0) {
         PendingBestMove = move;
@@ -143,6 +142,9 @@ bool DeliverMove() {
         } else {
             PrintXboardMove(move);
         }
+    }
+    if (UseLearning != 0) {
+        LearnAfterMove();
     }
     std::fflush(stdout);
     return true;

@@ -1,5 +1,6 @@
 #include "frontend/game.h"
 
+#include "book/book.h"
 #include "eval/evaluation.h"
 #include "movegen/legal_moves.h"
 #include "movegen/ordering.h"
@@ -45,6 +46,7 @@ void SetupStartPosition() {
     const bool forget = FritzMode == 0 && UciMode == 0;
     PlaceStartPosition();
     MaxDepth = NO_DEPTH_LIMIT;
+    ClockedDepth = NO_DEPTH_LIMIT;
     MoveTime = 0;
     MateDepth = 0;
     ForceMode = 0;
@@ -89,6 +91,16 @@ void SetSideToMove(Colour side) {
     if (GamePly > 0 && IsDoublePush(GameHistory[GamePly - 1].move)) {
         ClearHistory();
     }
+}
+
+void LearnAbandonedGame() {
+    if (!BookLearningPending() || thread_board.SideToMove == EngineSide || !CanTakeBack()) {
+        return;
+    }
+    const Move last = GameHistory[GamePly - 1].move;
+    UnmakeMove();
+    BookLearn(BOOK_DRAW);
+    MakeMove(last, 1);
 }
 
 void ForgetGame() {

@@ -1,5 +1,5 @@
 // The game as the commands see it: setting positions up, making and taking back moves outside the search, and
-// forgetting. SetupStartPosition of search/front_end.h is defined here too.
+// forgetting. SetupStartPosition and CleanTables of search/front_end.h are defined here too.
 //
 // A position that cannot be searched (PositionIsPlayable in movegen/legal_moves.h) may stand on the board: no move is
 // legal in it, and the commands that would search it refuse.
@@ -24,8 +24,9 @@ bool TakeBackMove();
 /// Gives the move to `side` without a move being made.
 void SetSideToMove(Colour side);
 
+/// A game that ends without a result: the book learns a draw, unless it has learnt already or the engine's move has
+/// not been the last. The board is as before afterwards.
+void LearnAbandonedGame();
+
 /// Clears QuietHistory, the killers and what is remembered from game to game: the search's part of a new game.
 void ForgetGame();
-
-/// The `clean` command: empties every table that learns.
-void CleanTables();

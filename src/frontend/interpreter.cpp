@@ -30,7 +30,7 @@ void Nothing() {}
 
 // The order matters: an abbreviation belongs to the first keyword that it fits.
 constexpr Command commands[] = {
-    {"pgneval", Nothing},
+    {"pgneval", EvaluatePgn},
     {"q", Quit},
     {"clean", Clean},
     {"reload", InitEvaluation},
@@ -44,7 +44,7 @@ constexpr Command commands[] = {
     {"edit", EditPosition},
     {"loadfen", LoadFen},
     {"epdevl", EvaluateEpd},
-    {"selftest", Nothing},
+    {"selftest", RunSelfTest},
     {"nopost", NoPost},
     {"perft", CountPerft},
     {"sd", SetDepth},

@@ -2,11 +2,15 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <ctime>
 
+#include "book/book.h"
+#include "book/learning.h"
 #include "eval/evaluation.h"
 #include "eval/init.h"
-#include "frontend/delivery.h"
+#include "frontend/configuration.h"
 #include "movegen/ordering.h"
+#include "movegen/score_history.h"
 #include "platform/process.h"
 #include "position/attacks.h"
 #include "position/board.h"
@@ -15,6 +19,7 @@
 #include "position/zobrist.h"
 #include "search/front_end.h"
 #include "search/transposition.h"
+#include "tablebase/tablebase.h"
 
 namespace {
 
@@ -97,6 +102,22 @@ void FreeEngine() {
     FreeEvalHash();
     FreeReversibleMoveHash();
     FreePawnHash();
+    CloseBook();
+    CloseLearningFile();
+    FreeTablebases();
+}
+
+// A book that the configuration has opened wins over the default one.
+void OpenDefaultBook() {
+    SeedBookChoice(static_cast<std::uint32_t>(std::time(nullptr)));
+    if (!BookLoaded) {
+        OpenBook("Book.qvn");
+    }
+    // A line of the configuration behind the book's may have switched on again what such a book does not have.
+    if (BookVersion0) {
+        UseBookLearning = 0;
+        UseBookWeights = 0;
+    }
 }
 
 }  // namespace
@@ -108,13 +129,26 @@ void StartEngine() {
     PrintBanner();
     BuildStaticTables();
     AssignSizesAndStyle();
+    ReadConfiguration();
     AllocateHashTables();
     BuildReversibleMoveHash();
+    OpenDefaultBook();
     PrintSettings();
+    if (UseLearning != 0 || UseLearningData != 0) {
+        OpenLearningFile("Learn.qv1");
+    }
     PostThinking = 1;
     TimeLeft = NO_CLOCK;
     TablebasePieces = 0;
+    if (UseEGTB != 0) {
+        ListTablebases();
+    }
     SetupStartPosition();
+}
+
+void ListTablebases() {
+    init_tablebases(EGTBPath);
+    TablebasePieces = LargestTable;
 }
 
 void ResizeTransposition(std::int32_t megabytes) {

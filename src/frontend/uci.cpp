@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <string>
 #include <string_view>
 
+#include "book/book.h"
 #include "frontend/game.h"
 #include "frontend/interpreter.h"
 #include "frontend/startup.h"
@@ -61,14 +63,22 @@ void SetOwnBook() {
     }
 }
 
-// A path is taken from the line, because it may hold blanks.
+// A path is taken from the line, because it may hold blanks. Those at its end are a carriage return's or nobody's.
+std::string PathValue() {
+    const std::string_view text = TextFromToken(CommandLine.View(), 4);
+    return std::string(text.substr(0, text.find_last_not_of(' ') + 1));
+}
+
 void SetSyzygyPath() {
     if (UseEGTB != 0) {
-        EGTBPath = TextFromToken(CommandLine.View(), 4);
+        EGTBPath = PathValue();
+        ListTablebases();
     }
 }
 
-void SetOpeningsBook() {}
+void SetOpeningsBook() {
+    OpenBook(PathValue());
+}
 
 struct Option {
     std::string_view name;
@@ -98,6 +108,13 @@ void SetIncrement(Colour side, std::string_view value) {
     }
 }
 
+void SetMoveTimeOfGo(std::string_view value) {
+    MoveTime = TextToInteger(value) / 10;
+    if (ObeyEachGo != 0) {
+        MoveTime = std::max(MoveTime, 1);  // 0 would be no limit
+    }
+}
+
 struct GoArgument {
     std::string_view name;
     void (*set)(std::string_view value);
@@ -111,7 +128,7 @@ constexpr GoArgument go_arguments[] = {
     {"movestogo", [](std::string_view value) { MovesPerPeriod = TextToInteger(value); }},
     {"depth", [](std::string_view value) { MaxDepth = TextToInteger(value); }},
     {"nodes", [](std::string_view value) { NodeLimit = TextToInteger64(value); }},
-    {"movetime", [](std::string_view value) { MoveTime = TextToInteger(value) / 10; }},
+    {"movetime", SetMoveTimeOfGo},
     {"mate", [](std::string_view value) { MateDepth = TextToInteger(value); }},
 };
 
@@ -142,6 +159,37 @@ void ReadGoArguments() {
             ReadSearchMoves(TextFromToken(CommandLine.View(), i + 1));
             return;
         }
+    }
+}
+
+// What holds before and after the arguments of a go that stands alone. A move time without a clock is a clock with
+// just that much left.
+void ForgetLastGo() {
+    TimeLeft = NO_CLOCK;
+    MateDepth = 0;
+}
+
+void CompleteGo(std::int32_t timeLeftBefore) {
+    if (MoveTime != 0 && TimeLeft == NO_CLOCK) {
+        TimeLeft = MoveTime;
+    }
+    ClockedDepth = TimeLeft != NO_CLOCK ? MaxDepth : NO_DEPTH_LIMIT;
+    TimeLeftAfterInfinite = timeLeftBefore;
+}
+
+void ReadLimits() {
+    const std::int32_t timeLeftBefore = TimeLeft;
+    if (ObeyEachGo != 0) {
+        ForgetLastGo();
+    }
+    MovesPerPeriod = 0;
+    MoveTime = 0;
+    TimeIncrement = 0;
+    NodeLimit = 0;
+    MaxDepth = NO_DEPTH_LIMIT;
+    ReadGoArguments();
+    if (ObeyEachGo != 0) {
+        CompleteGo(timeLeftBefore);
     }
 }
 
@@ -203,6 +251,7 @@ void Uci() {
 
 void UciNewGame() {
     PendingBestMove = 0;
+    LearnAbandonedGame();
     ForgetGame();
 }
 
@@ -242,12 +291,7 @@ void UciGo() {
     SearchMoveCount = 0;
     // A blank at the end of the line, as a carriage return leaves one, is no argument.
     if (TokenCount >= 2 && !Tokens[1].empty()) {
-        MovesPerPeriod = 0;
-        MoveTime = 0;
-        TimeIncrement = 0;
-        NodeLimit = 0;
-        MaxDepth = NO_DEPTH_LIMIT;
-        ReadGoArguments();
+        ReadLimits();
     }
     Think();
 }

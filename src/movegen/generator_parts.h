@@ -55,8 +55,7 @@ inline Bitboard PieceAttacks(int square) {
     }
 }
 
-/// Where the pawn that has just made a double push stands, -1 if the last move was another. `last` of a null
-/// move or of no move at all is 0.
+/// Where the pawn that has just made a double push stands, -1 if the last move was another or a null move.
 template <Colour us>
 inline int DoublePushTarget() {
     if (GamePly == 0) {

@@ -28,6 +28,12 @@ std::int32_t MaterialIndexOfCounts() {
     return index;
 }
 
+/// The piece's share of PieceSquareSum. Unsigned, because the sum wraps modulo 2^32.
+std::uint32_t PieceSquareShare(int square, Colour colour, int code) {
+    const auto word = static_cast<std::uint32_t>(PieceSquareTable[PieceSquareIndex(code, colour, square)]);
+    return colour == BLACK ? word : 0 - word;
+}
+
 void TogglePieceBits(int square, Colour colour, int code) {
     const Bitboard bit = Bit(square);
     thread_board.ColourPieces[colour] ^= bit;
@@ -55,10 +61,22 @@ void CountPiece(int square, Colour colour, int code, int number) {
         thread_board.PieceWeight[colour] += number * PieceUnits[code];
         thread_board.MaterialIndex = MaterialIndexOfCounts();
     }
-    const auto word = static_cast<std::uint32_t>(PieceSquareTable[PieceSquareIndex(code, colour, square)]);
-    auto sum = static_cast<std::uint32_t>(thread_board.PieceSquareSum);
-    sum += (colour == BLACK) == (number > 0) ? word : 0 - word;
-    thread_board.PieceSquareSum = static_cast<std::int32_t>(sum);
+    const std::uint32_t share = PieceSquareShare(square, colour, code);
+    const auto sum = static_cast<std::uint32_t>(thread_board.PieceSquareSum);
+    thread_board.PieceSquareSum = static_cast<std::int32_t>(number > 0 ? sum + share : sum - share);
+}
+
+/// True when `record`, of a double push that stands on the board, tells of the board before it.
+bool TellsOfBoardBefore(const HistoryRecord& record) {
+    const int from = MoveFrom(record.move);
+    const int to = MoveTo(record.move);
+    const Colour us = ChangeSide(thread_board.SideToMove);
+    const std::uint32_t sum = static_cast<std::uint32_t>(thread_board.PieceSquareSum) - PieceSquareShare(to, us, PAWN) +
+                              PieceSquareShare(from, us, PAWN);
+    return thread_board.Board[from] == NO_PIECE &&
+           record.key == (thread_board.PositionKey ^ PieceKeys[us][PAWN][from] ^ PieceKeys[us][PAWN][to]) &&
+           record.castling == thread_board.CastlingFlags && record.material_index == thread_board.MaterialIndex &&
+           static_cast<std::uint32_t>(record.piece_square_sum) == sum;
 }
 
 }  // namespace
@@ -130,6 +148,20 @@ void MakeRoomInHistory() {
     std::copy(GameHistory + HISTORY_STEP, GameHistory + GamePly, GameHistory);
     GamePly -= HISTORY_STEP;
     DroppedPlies += HISTORY_STEP;
+}
+
+bool CanTakeBack() {
+    if (GamePly <= 0) {
+        return false;
+    }
+    const HistoryRecord& last = GameHistory[GamePly - 1];
+    const Bitboard others = thread_board.ColourPieces[ChangeSide(thread_board.SideToMove)];
+    if (last.move == 0 || (others & Bit(MoveTo(last.move))) == 0) {
+        return false;
+    }
+    // A push that a FEN tells of has a record with the move only, and beside it what an older game left there.
+    const bool mayBeFromFen = GamePly == 1 && DroppedPlies == 0 && IsDoublePush(last.move);
+    return !mayBeFromFen || TellsOfBoardBefore(last);
 }
 
 void RecomputeMaterialIndex() {

@@ -137,6 +137,10 @@ void MakeMove(Move move, int save);
 /// Takes back the move of the record at GamePly - 1. GamePly must be above 0 and that move not a null move.
 void UnmakeMove();
 
+/// True when UnmakeMove would take back the last move as it was made. Not so without a record; after a command has
+/// changed the side to move; and for a double push that is known from a FEN only.
+bool CanTakeBack();
+
 /// Square of the pawn that has just made a double push and has a pawn of the side to move beside it, -1 if
 /// there is none: the one en-passant question. Whether a capture would be legal is not asked.
 inline int EnPassantPawn() {

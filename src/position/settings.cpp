@@ -24,6 +24,7 @@ std::int32_t BookLearningBound;
 std::int32_t VarietyOfPlay;
 std::int32_t TablebasePieces;
 std::string EGTBPath;
+std::int32_t ObeyEachGo;
 
 std::int32_t ForceMode;
 std::int32_t PostThinking;
@@ -35,6 +36,8 @@ std::int32_t MoveTime;
 std::int32_t MaxDepth;
 std::int32_t MateDepth;
 std::int64_t NodeLimit;
+std::int32_t ClockedDepth = NO_DEPTH_LIMIT;
+std::int32_t TimeLeftAfterInfinite = INFINITE_TIME;
 
 void AssignDefaults() {
     OwnBook = 1;
@@ -52,6 +55,7 @@ void AssignDefaults() {
     MovesPerPeriod = 0;
     NodeLimit = 0;
     EGTBPath = "c:\\tablebases\\";
+    ObeyEachGo = 0;
 }
 
 void AssignStyleDefaults() {

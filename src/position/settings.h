@@ -32,6 +32,11 @@ extern std::int32_t VarietyOfPlay;      // percent
 extern std::int32_t TablebasePieces;    // most men of a table found, 0 without tables
 extern std::string EGTBPath;            // directories, separated by semicolons
 
+/// A `go` with arguments stands alone: each of its limits is obeyed whatever the others are, none of an earlier one
+/// lives on in it, and an infinite one leaves the clock as it was. Off by default: limits then depend on the clock,
+/// as told beside them.
+extern std::int32_t ObeyEachGo;
+
 extern std::int32_t ForceMode;     // a move typed in is made but not answered
 extern std::int32_t PostThinking;  // print thinking lines
 
@@ -47,6 +52,12 @@ extern std::int32_t MoveTime;        // fixed time per move, 0 for none; read on
 extern std::int32_t MaxDepth;        // plies; read only while TimeLeft is NO_CLOCK
 extern std::int32_t MateDepth;       // moves, 0 for none
 extern std::int64_t NodeLimit;       // 0 for none
+
+/// Plies of a search by the clock: NO_DEPTH_LIMIT but for a `go` that stands alone.
+extern std::int32_t ClockedDepth;
+
+/// What TimeLeft goes back to after an infinite search that stands alone; INFINITE_TIME keeps it.
+extern std::int32_t TimeLeftAfterInfinite;
 
 /// Assigns every default above except Aggressivity to VarietyOfPlay, which AssignStyleDefaults assigns after
 /// the tables stand: the two steps of the start-up order.

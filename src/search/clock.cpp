@@ -17,6 +17,7 @@ std::int32_t HardLimit = UNLIMITED_TIME;
 std::int32_t SearchStart;
 std::int32_t PollInterval = 50000;
 std::int32_t PollCountdown;
+std::int32_t OverduePoll = OVERDUE_POLL;
 std::int32_t InfoCountdown;
 Move EasyMove;
 
@@ -60,7 +61,19 @@ std::int64_t MovesInGame() {
     return std::max<std::int64_t>(std::llround(estimate + 2.0), 3);
 }
 
+// Nodes cut by mate distance are counted but take nothing off the countdown: polls this often keep a node limit to
+// within a few hundred nodes all the same.
+constexpr std::int32_t NODE_LIMIT_INTERVAL = 1000;
+
+/// With ObeyEachGo the search ends where the limit is reached; without, at the poll that follows.
+bool KeepsNodeLimit() {
+    return ObeyEachGo != 0 && NodeLimit != 0;
+}
+
 std::int32_t PollIntervalFor(std::int32_t target) {
+    if (KeepsNodeLimit()) {
+        return NODE_LIMIT_INTERVAL;
+    }
     if (target > 300) {
         return 50000;
     }
@@ -142,7 +155,7 @@ bool SearchEndsByItself() {
         return true;
     }
     if (IterationLimit == TIMED_SEARCH) {
-        return TimeLeft != NO_CLOCK && (TimeLeft != INFINITE_TIME || MoveTime != 0);
+        return TimeLeft != NO_CLOCK && (TimeLeft != INFINITE_TIME || MoveTime != 0 || ClockedDepth < ENDLESS_DEPTH);
     }
     return IterationLimit < ENDLESS_DEPTH;
 }
@@ -173,13 +186,24 @@ void ComputeBudget() {
 
 void SetUnlimitedBudget() {
     SoftLimit = HardLimit = UNLIMITED_TIME;
-    PollInterval = 50000;
+    PollInterval = PollIntervalFor(SoftLimit);
+}
+
+void RestartPollCountdown() {
+    PollCountdown = PollInterval;
+    OverduePoll = OVERDUE_POLL;
+    if (KeepsNodeLimit()) {
+        // The countdown's own node is polled at as well.
+        const std::int64_t left = std::max<std::int64_t>(NodeLimit, 0) - static_cast<std::int64_t>(Nodes) - 1;
+        PollCountdown = static_cast<std::int32_t>(std::clamp<std::int64_t>(left, 0, PollInterval));
+        OverduePoll = 0;
+    }
 }
 
 bool PollInput(bool atIterationStart) {
     const bool stop = MustStop(atIterationStart);
     if (!stop) {
-        PollCountdown = PollInterval;
+        RestartPollCountdown();
     }
     return stop;
 }

@@ -9,6 +9,9 @@ inline constexpr int ITERATION_END = 99;
 /// The per-search reset: counters, flags, the killers two plies up, a new generation of the transposition table.
 void ResetForSearch(int maxDepth);
 
+/// Plies that a driver called with `maxDepth` searches at most: a search by the clock may have a depth as well.
+int PliesOf(int maxDepth);
+
 enum RootState {
     ROOT_OVER,    // no legal move, or none of those asked for
     ROOT_FORCED,  // nothing to choose, and no search of the one move was asked for

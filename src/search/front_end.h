@@ -20,6 +20,9 @@ bool InputClosed();
 /// A new game: the board and everything that belongs to it.
 void SetupStartPosition();
 
+/// The `clean` command: empties every table that learns.
+void CleanTables();
+
 /// Announcements at the head of a search: draws by material, repetition and the fifty-move rule.
 void AnnounceDraws();
 

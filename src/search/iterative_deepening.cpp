@@ -1,4 +1,5 @@
 // The single-PV driver, and what it shares with the MultiPV one.
+#include "book/book.h"
 #include "eval/evaluation.h"
 #include "movegen/search_records.h"
 #include "position/board.h"
@@ -9,6 +10,7 @@
 #include "search/root.h"
 #include "search/think.h"
 #include "search/transposition.h"
+#include "tablebase/probe.h"
 
 #include <cstdlib>
 
@@ -72,6 +74,54 @@ void RunIterations(int maxDepth) {
     }
 }
 
+/// Leaves in the root list only moves that keep the tablebases' result, where the position is theirs. The search then
+/// probes no more, unless nothing but win, draw and loss is known and there is no win: it may still find the best try.
+/// (It would not help a win along, because every zeroing move that wins has the same score then.) RootScores then hold
+/// distances or WDL values, small numbers around which the first window opens as around any guess.
+void FilterRootByTablebase() {
+    RootInTablebase = 0;
+    NoTablebaseProbe = TablebasePieces == 0 ? 1 : 0;
+    if (thread_board.TotalPieces > TablebasePieces || thread_board.CastlingFlags != 0) {
+        return;
+    }
+    std::int32_t score = 0;
+    bool filtered = RootProbeDtz(score) != 0;
+    bool settled = filtered;
+    Ply = 0;  // the filters leave it at 1, one that fails half-way as well
+    if (!filtered) {
+        filtered = RootProbeWdl(score) != 0;
+        settled = filtered && score >= 1;
+        Ply = 0;
+    }
+    NoTablebaseProbe = RootInTablebase = settled ? 1 : 0;
+    if (filtered) {
+        TbHits = static_cast<std::uint64_t>(MoveCount);
+    }
+}
+
+/// Plays from the book where it has a move. An analysis without end and a search of given moves do not ask it.
+bool TakeBookMove() {
+    if (OwnBook == 0 || !BookLoaded || SearchMoveCount != 0 || TimeLeft == INFINITE_TIME) {
+        return false;
+    }
+    const Move move = ChooseBookMove();
+    if (move == 0) {
+        return false;
+    }
+    if (PonderSearch != 0) {
+        PonderEnded = 1;
+        ReceivedMove = 0;
+    }
+    MoveCount = 2;  // not a forced move
+    MoveList[0].Move = PromotedToQueen(move);
+    RootScores[0] = 0;
+    BookMovePlayed = 1;
+    Iteration = 1;
+    SearchesDone = 0;
+    WaitForRelease();
+    return true;
+}
+
 }  // namespace
 
 void ResetForSearch(int maxDepth) {
@@ -88,8 +138,12 @@ void ResetForSearch(int maxDepth) {
     EngineSide = thread_board.SideToMove;
     RootGamePly = GamePly;
     IterationLimit = maxDepth;
-    PollCountdown = PollInterval;
+    RestartPollCountdown();
     InfoCountdown = NODES_PER_INFO / PollInterval;
+}
+
+int PliesOf(int maxDepth) {
+    return maxDepth == TIMED_SEARCH ? ClockedDepth : maxDepth;
 }
 
 RootState PrepareRoot() {
@@ -103,9 +157,7 @@ RootState PrepareRoot() {
         }
         return ROOT_OVER;
     }
-    RootInTablebase = 0;
-    NoTablebaseProbe = 1;
-
+    FilterRootByTablebase();
     RootMoveCount = MoveCount;
     if (MoveCount < 2 && SearchMoveCount != 1) {
         // Set before the caller waits, because the wait may bring the opponent's true move.
@@ -129,17 +181,21 @@ void WaitForRelease() {
     }
 }
 
-int IterativeDeepening(int maxDepth, bool /*useBook*/) {
+int IterativeDeepening(int maxDepth, bool useBook) {
     if (MultiPV > 1) {
         return IterativeDeepeningMultiPV(maxDepth);
     }
     ResetForSearch(maxDepth);
+    if (useBook && TakeBookMove()) {
+        return 0;
+    }
     const RootState root = PrepareRoot();
     if (root == ROOT_OVER) {
         return 1;
     }
-    if (root == ROOT_OPEN && maxDepth >= 1) {
-        RunIterations(maxDepth);
+    const int plies = PliesOf(maxDepth);
+    if (root == ROOT_OPEN && plies >= 1) {
+        RunIterations(plies);
     }
     WaitForRelease();
     ++SearchesDone;

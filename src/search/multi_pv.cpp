@@ -43,8 +43,9 @@ int IterativeDeepeningMultiPV(int maxDepth) {
     if (root == ROOT_OVER) {
         return 1;
     }
-    if (root == ROOT_OPEN && maxDepth > FIRST_ITERATION) {
-        RunIterations(maxDepth);
+    const int plies = PliesOf(maxDepth);
+    if (root == ROOT_OPEN && plies > FIRST_ITERATION) {
+        RunIterations(plies);
     }
     WaitForRelease();
     return 0;

@@ -23,10 +23,6 @@ constexpr std::int32_t LAST_CHECK_DEPTH = -8;
 /// The lowest depth that the table tells apart.
 constexpr std::int32_t LOWEST_STORED_DEPTH = -12;
 
-/// PollCountdown at which a poll has waited too long for a node of Search: below a second, and out of reach of the
-/// captures of a real position.
-constexpr std::int32_t OVERDUE_POLL = -500'000;
-
 /// Step of the history penalty for quiet moves tried before a cut.
 constexpr std::int32_t PENALTY_STEP = 4;
 
@@ -230,7 +226,7 @@ std::optional<std::int32_t> SearchList(QuiescenceNode& node) {
 std::optional<std::int32_t> EnterNode(QuiescenceNode& node) {
     SelDepth = std::max(SelDepth, Ply);
     ++Nodes;
-    if (--PollCountdown < OVERDUE_POLL && PollInput(false)) {
+    if (--PollCountdown < OverduePoll && PollInput(false)) {
         thread_board.SearchAborted = 1;
         return 0;
     }

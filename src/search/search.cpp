@@ -6,11 +6,14 @@
 #include <algorithm>
 #include <cassert>
 
+#include "book/learning.h"
 #include "eval/evaluation.h"
 #include "movegen/ordering.h"
+#include "position/settings.h"
 #include "search/clock.h"
 #include "search/search_node.h"
 #include "search/transposition.h"
+#include "tablebase/probe.h"
 
 namespace {
 
@@ -50,6 +53,38 @@ SingularCandidate SingularCandidateOf(const SearchNode& node) {
     const bool stands = node.depth >= 32 && ProbeValid != 0 && node.depth - 12 <= ProbeDepth && SingularActive == 0 &&
                         node.nodeType <= 0;
     return {stands, ProbeLower};
+}
+
+/// Where the tables know the position and no count of quiet moves is running.
+std::optional<std::int32_t> ProbeTablebases(const SearchNode& node) {
+    if (NoTablebaseProbe != 0 || thread_board.TotalPieces > TablebasePieces || thread_board.FiftyCounter != 0 ||
+        thread_board.CastlingFlags != 0) {
+        return std::nullopt;
+    }
+    std::int32_t success = 0;
+    const std::int32_t wdl = ProbeWdl(success);
+    if (success == 0) {
+        return std::nullopt;
+    }
+    ++TbHits;
+    const std::int32_t win = TABLEBASE_WIN - Ply;
+    const std::int32_t score = wdl == 2 ? win : wdl == -2 ? -win : 2 * wdl;
+    TTStore(node.depth + 24, node.hashMove, score, BOUND_EXACT, false, node.qflags, 0);
+    return score;
+}
+
+/// Only at nodes of the engine's own side, and high up: the lookup reads a file.
+std::optional<std::int32_t> LearntScore(const SearchNode& node) {
+    if (node.depth <= 24 || UseLearningData == 0 || node.us != EngineSide || GamePly + DroppedPlies >= 120 ||
+        thread_board.PieceWeight[WHITE] < 15 || thread_board.PieceWeight[BLACK] < 15 ||
+        thread_board.FiftyCounter >= 70) {
+        return std::nullopt;
+    }
+    const LearntPosition learnt = LearnLookup(thread_board.PositionKey);
+    if (!learnt.found || learnt.depth < node.depth) {
+        return std::nullopt;
+    }
+    return learnt.score;
 }
 
 void EvaluateNode(SearchNode& node) {
@@ -348,16 +383,26 @@ std::int32_t Search(std::int32_t alphaOf, std::int32_t betaOf, std::int32_t dept
     }
     const SingularCandidate candidate = SingularCandidateOf(node);
 
-    // 5. Static evaluation
+    // 5. Endgame tablebases
+    if (const auto score = ProbeTablebases(node)) {
+        return *score;
+    }
+
+    // 6. What an earlier game has taught of this position
+    if (const auto score = LearntScore(node)) {
+        return *score;
+    }
+
+    // 7. Static evaluation
     EvaluateNode(node);
 
-    // 6. Static beta pruning
+    // 8. Static beta pruning
     if (StandsAboveBeta(node)) {
         return node.beta;
     }
     node.notBehind = node.eval + 100 >= node.alpha;
 
-    // 7. Null move
+    // 9. Null move
     Move threat = 0;
     if (nullAllowed && NullMoveIsSound(node, nullDepth)) {
         if (const auto score = SearchNullMove(node, nullDepth, threat)) {
@@ -365,22 +410,22 @@ std::int32_t Search(std::int32_t alphaOf, std::int32_t betaOf, std::int32_t dept
         }
     }
 
-    // 8. What the opponent threatens: the answer to the null move, else what its last move carries
+    // 10. What the opponent threatens: the answer to the null move, else what its last move carries
     here.ThreatMove = threat != 0 ? threat : node.parent.CreatedThreat;
 
-    // 9. Evasions
+    // 11. Evasions
     node.listBase = MoveCount;
     node.extAllowed = Ply < ExtensionLimit();
     if (node.inCheck && !ListEvasions(node)) {
         return Ply - MATE_SCORE;
     }
 
-    // 10. A threat of mate gives a reduced node a ply back
+    // 12. A threat of mate gives a reduced node a ply back
     if (node.mateThreat && (node.parent.MoveFlags & FLAG_REDUCED) != 0) {
         node.depth += ONE_PLY;
     }
 
-    // 11. Internal deepening
+    // 13. Internal deepening
     if (node.IsPV() && node.hashMove == 0 && node.depth >= 20 && node.eval + 250 > node.beta) {
         DeepenInternally(node);
         if (thread_board.SearchAborted) {
@@ -389,7 +434,7 @@ std::int32_t Search(std::int32_t alphaOf, std::int32_t betaOf, std::int32_t dept
         }
     }
 
-    // 12. Hash move
+    // 14. Hash move
     node.entryAlpha = node.alpha;
     node.scoutBound = node.beta;
     if (node.hashMove != 0) {
@@ -409,7 +454,7 @@ std::int32_t Search(std::int32_t alphaOf, std::int32_t betaOf, std::int32_t dept
     node.bestMove = node.hashMove;
     node.bestSafety = node.hashSafety;
 
-    // 13. Futility of the node, first batch
+    // 15. Futility of the node, first batch
     SetFutility(node);
     node.improving = IsImproving(node);
     node.lmrAllowed = node.depth >= 8;
@@ -428,7 +473,7 @@ std::int32_t Search(std::int32_t alphaOf, std::int32_t betaOf, std::int32_t dept
     while (SelectMove(node)) {
         MoveEntry& entry = MoveList[node.index];
 
-        // 14. Extension
+        // 16. Extension
         MoveInWork work{.move = entry.Move, .extension = 0, .drawishCut = false, .answersThreat = false};
         work.extension = AnnotateMove(node.extAllowed, false, node.depth, work.move == node.singleReply, work.move,
                                       entry.Score, node.IsPV(), node.alpha - node.eval, entry.Safety);
@@ -437,7 +482,7 @@ std::int32_t Search(std::int32_t alphaOf, std::int32_t betaOf, std::int32_t dept
             work.drawishCut = true;
         }
 
-        // 15. Late move pruning
+        // 17. Late move pruning
         if (node.stage == STAGE_QUIETS) {
             ++node.quietCount;
             work.answersThreat = AnswersThreat(node, work.move, entry.Safety);
@@ -446,14 +491,14 @@ std::int32_t Search(std::int32_t alphaOf, std::int32_t betaOf, std::int32_t dept
             }
         }
 
-        // 16. Futility of the move: it counts as tried, so that the node is no stalemate
+        // 18. Futility of the move: it counts as tried, so that the node is no stalemate
         if (node.moveFutility && (node.stage == STAGE_QUIETS || node.stage == STAGE_EVASIONS) && IsQuiet(work.move) &&
             here.MoveFlags == 0 && IsFutile(node, entry)) {
             ++node.tried;
             continue;
         }
 
-        // 17. Make the move. En passant that turns out illegal does not count as searched: the next move would lose
+        // 19. Make the move. En passant that turns out illegal does not count as searched: the next move would lose
         // its place as the first, and a node of the principal variation its open child.
         MakeSearchMove(work.move, node.searched == 0);
         if (!node.inCheck && EnPassantWasIllegal(work.move, node.us)) {
@@ -463,7 +508,7 @@ std::int32_t Search(std::int32_t alphaOf, std::int32_t betaOf, std::int32_t dept
         ++node.searched;
         ++node.tried;
 
-        // 18. Search it
+        // 20. Search it
         const std::int32_t score = SearchMove(node, entry, work);
         UnmakeMove();
         if (thread_board.SearchAborted) {
@@ -471,7 +516,7 @@ std::int32_t Search(std::int32_t alphaOf, std::int32_t betaOf, std::int32_t dept
             return 0;
         }
 
-        // 19. Best move, cut
+        // 21. Best move, cut
         if (score > node.alpha) {
             node.bestMove = work.move;
             node.bestSafety = entry.Safety;
@@ -488,10 +533,10 @@ std::int32_t Search(std::int32_t alphaOf, std::int32_t betaOf, std::int32_t dept
         NoteFailedCapture(node, work.move);
     }
 
-    // 20. No move is left
+    // 22. No move is left
     MoveCount = node.listBase;
     if (node.tried == 0 && !LeavesMovesOut(node)) {
-        return 0;  // stalemate: a mated side has left in step 9
+        return 0;  // stalemate: a mated side has left in step 11
     }
     if (node.alpha > node.entryAlpha) {
         here.BestMove = node.bestMove;

@@ -27,6 +27,14 @@ void StartClock() {
     ReceivedMove = 0;
 }
 
+/// After an infinite search that stands alone the clock is what it was before. A time that came in meanwhile stays.
+void RestoreClock() {
+    if (TimeLeft == INFINITE_TIME) {
+        TimeLeft = TimeLeftAfterInfinite;
+    }
+    TimeLeftAfterInfinite = INFINITE_TIME;
+}
+
 /// The driver's answer: 1 when the game is over.
 int RunSearch() {
     StartClock();
@@ -119,7 +127,8 @@ void RunThinkingCycle() {
     for (;;) {
         const bool assumed = PonderSearch != 0;
         const int over = RunSearch();
-        if (assumed && PonderSearch == 0) {
+        RestoreClock();
+        if (assumed && PonderSearch == 0 && BookMovePlayed == 0) {
             AnnounceAfterPonderHit(over != 0);
         }
         if (PonderSearch != 0) {
@@ -158,6 +167,7 @@ void Think() {
     if (PositionIsPlayable()) {
         RunThinkingCycle();
     } else {
+        RestoreClock();
         RefusePosition();
     }
     PonderSearch = 0;

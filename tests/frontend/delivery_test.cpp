@@ -1,6 +1,9 @@
 // Announcements, the score history, the resign rule and the move's own line.
 #include "frontend/delivery.h"
 
+#include "book/learning.h"
+#include "movegen/score_history.h"
+
 #include <string>
 #include <vector>
 
@@ -40,20 +43,16 @@ class Delivery : public EngineTest {
 };
 
 TEST_F(Delivery, DrawsByMaterial) {
-    struct Case {
-        const char* fen;
-        bool drawn;
-    };
-    const Case cases[] = {
+    const std::pair<const char*, bool> cases[] = {
         {"7k/8/8/8/8/8/8/K7 w - -", true},    {"7k/8/8/8/8/8/8/KB6 w - -", true},   {"6nk/8/8/8/8/8/8/K7 w - -", true},
         {"7k/8/8/8/8/8/8/KNP5 w - -", false}, {"7k/8/8/8/8/8/8/KNN5 w - -", false}, {"7k/p7/8/8/8/8/8/K7 w - -", false},
         {"6bk/8/8/8/8/8/8/KB6 w - -", false}, {"7k/8/8/8/8/8/8/KR6 w - -", false},
     };
-    for (const Case& each : cases) {
-        Setup(each.fen);
-        EXPECT_EQ(Printed(AnnounceDraws), each.drawn ? "1/2-1/2 {Draw by insufficient material}\n" : "") << each.fen;
+    for (const auto& [fen, drawn] : cases) {
+        Setup(fen);
+        EXPECT_EQ(Printed(AnnounceDraws), drawn ? "1/2-1/2 {Draw by insufficient material}\n" : "") << fen;
     }
-    Setup(cases[0].fen);
+    Setup(cases[0].first);
     UciMode = 1;
     EXPECT_EQ(Printed(AnnounceDraws), "");
 }
@@ -73,58 +72,37 @@ TEST_F(Delivery, DrawsByHistory) {
     EXPECT_EQ(Printed(AnnounceDraws), "1/2-1/2 {Draw by the 50-moves rule}\n");
 }
 
-TEST_F(Delivery, EndOfTheGame) {
-    EXPECT_EQ(Printed([] { AnnounceNoMoves(false); }), "1/2-1/2 {Stalemate}\n");
-    EXPECT_EQ(Printed([] { AnnounceNoMoves(true); }), "0-1 {Black mates}\n");
-    Play("e2e4");
-    EXPECT_EQ(Printed([] { AnnounceNoMoves(true); }), "1-0 {White mates}\n");
-    UciMode = 1;
-    EXPECT_EQ(Printed([] { AnnounceNoMoves(true); }), "");
-}
-
 TEST_F(Delivery, Resigns) {
     struct Case {
-        const char* what;
         std::vector<std::int32_t> scores;
-        int forced;
-        int times;
         bool resigns;
+        int times = 3;
+        int forced = -1;
     };
     const std::vector<std::int32_t> twelve(12, -900);
     const Case cases[] = {
-        {"three lost moves", {-801, -801, -801}, -1, 3, true},
-        {"exactly at the mark", {-800, -800, -800}, -1, 3, false},
-        {"the last one at the mark", {-801, -801, -800}, -1, 3, false},
-        {"two of them", {-801, -801}, -1, 3, false},
-        {"the first one good", {0, -801, -801}, -1, 3, false},
-        {"a forced move repeats a lost score", {-801, -801, 0}, 2, 3, true},
-        {"a forced move repeats a good score", {-801, 5, -900}, 2, 3, false},
-        {"at once", {500}, -1, 0, true},
-        {"ten times", twelve, -1, 10, true},
-        {"eleven times is more than is remembered", twelve, -1, 11, false},
+        {{-801, -801, -801}, true},
+        {{-800, -800, -800}, false},
+        {{-801, -801, -800}, false},
+        {{-801, -801}, false},
+        {{0, -801, -801}, false},
+        {{-801, -801, 0}, true, 3, 2},  // a forced move repeats the score before it
+        {{-801, 5, -900}, false, 3, 2},
+        {{500}, true, 0},
+        {twelve, true, 10},
+        {twelve, false, 11},  // more than is remembered
     };
     for (const Case& each : cases) {
-        SetupStartPosition();
-        InitScoreHistory();
+        SetupStartPosition();  // another game starts afresh
         ResignTimes = each.times;
         const std::string said = PlayGame(each.scores, each.forced);
         const std::string move = each.scores.size() % 2 == 1 ? "move g1f3\n" : "move f3g1\n";
-        EXPECT_EQ(said, (each.resigns ? "resign\n" : "") + move) << each.what;
+        EXPECT_EQ(said, (each.resigns ? "resign\n" : "") + move) << &each - cases;
     }
     ResignTimes = 3;
     ResignValue = -2147483647 - 1;
     SetupStartPosition();
     EXPECT_EQ(PlayGame({-900}), "move g1f3\n");
-}
-
-TEST_F(Delivery, AnotherGameStartsAfresh) {
-    PlayGame({-900, -900});
-    SetupStartPosition();
-    EXPECT_EQ(Deliver("e2e4", -900), "move e2e4\n");
-    Play("e7e5");
-    EXPECT_EQ(Deliver("d2d4", -900), "move d2d4\n");
-    Play("d7d5");
-    EXPECT_EQ(Deliver("a2a3", -900), "resign\nmove a2a3\n");
 }
 
 TEST_F(Delivery, UciMoveWithAReply) {
@@ -147,13 +125,21 @@ TEST_F(Delivery, UciMoveWithAReply) {
     EXPECT_EQ(GamePly, 0);
 }
 
-TEST_F(Delivery, ANewGameComesInsteadOfTheMove) {
-    Play("e2e4");
-    NewRequested = 1;
-    MoveList[0].Move = MoveFromText("e7e5");
-    EXPECT_EQ(Printed([] { EXPECT_FALSE(DeliverMove()); }), "");
-    EXPECT_EQ(GamePly, 0);
-    EXPECT_EQ(thread_board.SideToMove, WHITE);
+TEST_F(Delivery, PositionLearningFollowsEveryMove) {
+    for (const std::int32_t uci : {0, 1}) {
+        for (const std::int32_t learning : {0, 1}) {
+            SetupStartPosition();
+            UciMode = uci;
+            UseLearning = learning;
+            LearnCandidateCount = 0;
+            Iteration = 7;
+            Deliver("e2e4", 30);
+            Play("e7e5");
+            Deliver("g1f3", -20);
+            EXPECT_EQ(LearnCandidateCount, learning) << uci;
+        }
+    }
+    LearnCandidateCount = 0;
 }
 
 TEST_F(Delivery, AGameOfAnyLengthGoesOn) {

@@ -67,55 +67,50 @@ TEST(MatchCommandLine, ReadsEverything) {
     EXPECT_EQ(match.resign->score, 500);
 }
 
-TEST(MatchCommandLine, AdjudicationAndTestAreOffUnlessAsked) {
-    const Read read = ReadLine(TWO + "-each nodes=10");
-    ASSERT_TRUE(read.good) << read.error;
-    EXPECT_FALSE(read.settings.sprt || read.settings.draw || read.settings.resign);
-    EXPECT_TRUE(read.settings.repeat);
-}
-
 TEST(MatchCommandLine, MistakesAreNamed) {
-    struct Case {
-        std::string line;
-        const char* message;
+    const Read read = ReadLine(TWO + "-each nodes=10");
+    EXPECT_TRUE(read.good && read.settings.repeat);
+    EXPECT_FALSE(read.settings.sprt || read.settings.draw || read.settings.resign);
+    const std::pair<const char*, const char*> setups[] = {
+        {"-engine cmd=sh", "two engines"},
+        {"-engine name=A -engine cmd=sh -each nodes=1", "cmd="},
+        {"-engine cmd=sh -engine cmd=sh -each nodes=1", "both engines are called"},
+        {"-engine cmd=/nowhere/x -engine cmd=sh -each nodes=1", "/nowhere/x"},
+        {"-engine cmd=/bin -engine cmd=sh -each nodes=1", "no program"},
+        {"-engine cmd=no-such-program -engine cmd=sh -each nodes=1", "search path"},
+        {"-engine cmd=sh name=A dir=/nowhere -engine cmd=sh -each nodes=1", "/nowhere"},
     };
-    for (const Case& each : {
-             Case{"-engine cmd=sh", "two engines"},
-             Case{TWO + "-engine cmd=sh -each nodes=1", "two engines"},
-             Case{TWO, "no limit"},
-             Case{"-engine name=A -engine cmd=sh -each nodes=1", "cmd="},
-             Case{"-engine cmd=sh -engine cmd=sh -each nodes=1", "both engines are called"},
-             Case{"-engine cmd=/nowhere/x -engine cmd=sh -each nodes=1", "/nowhere/x"},
-             Case{"-engine cmd=/bin -engine cmd=sh -each nodes=1", "no program"},
-             Case{"-engine cmd=no-such-program -engine cmd=sh -each nodes=1", "search path"},
-             Case{"-engine cmd=sh name=A dir=/nowhere -engine cmd=sh -each nodes=1", "/nowhere"},
-             Case{TWO + "-each tc=", "tc="},
-             Case{TWO + "-each tc=0", "tc=0"},
-             Case{TWO + "-each tc=5+", "tc=5+"},
-             Case{TWO + "-each tc=0/5", "tc=0/5"},
-             Case{TWO + "-each tc=nan", "tc=nan"},
-             Case{TWO + "-each tc=-1", "tc=-1"},
-             Case{TWO + "-each tc=1e99", "tc=1e99"},
-             Case{TWO + "-each nodes=0", "nodes=0"},
-             Case{TWO + "-each nodes=1x", "nodes=1x"},
-             Case{TWO + "-each nodes", "nodes"},
-             Case{TWO + "-each option.=1", "option."},
-             Case{TWO + "-each colour=red", "colour=red"},
-             Case{TWO + "-each nodes=1 -games", "-games needs"},
-             Case{TWO + "-each nodes=1 -games 0", "-games"},
-             Case{TWO + "-each nodes=1 -games 99999999999", "-games"},
-             Case{TWO + "-each nodes=1 -concurrency x", "-concurrency"},
-             Case{TWO + "-each nodes=1 -sprt elo0=5 elo1=5", "elo0 below elo1"},
-             Case{TWO + "-each nodes=1 -sprt alpha=0.7", "alpha=0.7"},
-             Case{TWO + "-each nodes=1 -openings x.pgn", "x.pgn"},
-             Case{TWO + "-each nodes=1 -openings format=xml", "format=xml"},
-             Case{TWO + "-each nodes=1 -patience 0", "-patience"},
-             Case{TWO + "-each nodes=1 stray", "stray"},
-             Case{TWO + "-each nodes=1 -what", "-what"},
-         }) {
-        const Read read = ReadLine(each.line);
-        EXPECT_FALSE(read.good) << each.line;
-        EXPECT_NE(read.error.find(each.message), std::string::npos) << each.line << ": " << read.error;
+    const std::pair<const char*, const char*> settings[] = {
+        {"-engine cmd=sh -each nodes=1", "two engines"},
+        {"", "no limit"},
+        {"-each nodes", "nodes"},
+        {"-each option.=1", "option."},
+        {"-each nodes=1 -games", "-games needs"},
+        {"-each nodes=1 -games 0", "-games"},
+        {"-each nodes=1 -games 99999999999", "-games"},
+        {"-each nodes=1 -concurrency x", "-concurrency"},
+        {"-each nodes=1 -sprt elo0=5 elo1=5", "elo0 below elo1"},
+        {"-each nodes=1 -sprt alpha=0.7", "alpha=0.7"},
+        {"-each nodes=1 -openings x.pgn", "x.pgn"},
+        {"-each nodes=1 -openings format=xml", "format=xml"},
+        {"-each nodes=1 -patience 0", "-patience"},
+        {"-each nodes=1 stray", "stray"},
+        {"-each nodes=1 -what", "-what"},
+    };
+    const auto expect = [](const std::string& line, const std::string& message) {
+        const Read mistaken = ReadLine(line);
+        EXPECT_FALSE(mistaken.good) << line;
+        EXPECT_NE(mistaken.error.find(message), std::string::npos) << line << ": " << mistaken.error;
+    };
+    for (const auto& [line, message] : setups) {
+        expect(line, message);
+    }
+    for (const auto& [line, message] : settings) {
+        expect(TWO + line, message);
+    }
+    for (const char* limit :
+         {"tc=", "tc=0", "tc=5+", "tc=0/5", "tc=nan", "tc=-1", "tc=1e99", "nodes=0", "nodes=1x", "colour=red"}) {
+        expect(TWO + "-each " + limit, limit);
     }
 }
 

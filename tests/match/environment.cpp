@@ -1,4 +1,4 @@
-#include "match/rules.h"
+#include "games/rules.h"
 
 #include <gtest/gtest.h>
 

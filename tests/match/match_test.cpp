@@ -1,6 +1,7 @@
 // Whole matches by the real program, with the real engine and with engines that misbehave.
 
 #include "match/openings.h"
+#include "support/files.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -9,17 +10,10 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <limits>
 #include <sstream>
 
 namespace {
-
-std::string ReadFile(const std::filesystem::path& path) {
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
-}
 
 std::size_t CountOf(const std::string& text, const std::string& part) {
     std::size_t count = 0;
@@ -31,17 +25,8 @@ std::size_t CountOf(const std::string& text, const std::string& part) {
 
 class MatchProgram : public testing::Test {
   protected:
-    void SetUp() override {
-        std::string name = (std::filesystem::temp_directory_path() / "match-XXXXXX").string();
-        ASSERT_NE(mkdtemp(name.data()), nullptr);
-        directory_ = name;
-    }
-    void TearDown() override { std::filesystem::remove_all(directory_); }
-
-    std::string Path(const std::string& name) const { return (directory_ / name).string(); }
-    void Write(const std::string& name, std::string_view text) const {
-        std::ofstream(directory_ / name, std::ios::binary) << text;
-    }
+    std::string Path(const std::string& name) const { return folder_.Path(name); }
+    void Write(const std::string& name, std::string_view text) const { folder_.Write(name, text); }
 
     /// Writes a shell script that answers as an engine does, but runs `at_go` when it shall move; answers its path.
     /// The position line stands in $position then.
@@ -64,12 +49,12 @@ class MatchProgram : public testing::Test {
 
     /// Runs the match in the test's directory; the output of both kinds is left in out_ and error_.
     int Run(const std::string& arguments) {
-        const std::string command = "cd " + directory_.string() + " && " QUORVANTH_MATCH_PROGRAM " " + arguments +
+        const std::string command = "cd " + folder_.Path() + " && " QUORVANTH_MATCH_PROGRAM " " + arguments +
                                     " >out.txt 2>error.txt </dev/null";
         const int status = std::system(command.c_str());
-        out_ = ReadFile(directory_ / "out.txt");
-        error_ = ReadFile(directory_ / "error.txt");
-        pgn_ = ReadFile(directory_ / "games.pgn");
+        out_ = folder_.Read("out.txt");
+        error_ = folder_.Read("error.txt");
+        pgn_ = folder_.Read("games.pgn");
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
@@ -94,7 +79,7 @@ class MatchProgram : public testing::Test {
         return all[all.size() - 4] + " " + all[all.size() - 3] + " " + all[all.size() - 2] + " " + all[all.size() - 1];
     }
 
-    std::filesystem::path directory_;
+    TestFolder folder_;
     std::string out_;
     std::string error_;
     std::string pgn_;
@@ -154,10 +139,14 @@ TEST_F(MatchProgram, FaultsAreCountedByEngineAndColour) {
              Case{"cheats", "echo bestmove e2e5", "0 1 0 0", "rules infraction"},
              Case{"babbles", "echo bestmove", "0 1 0 0", "rules infraction"},
              Case{"is-late", "sleep 0.6; echo bestmove e2e4", "0 0 1 0", "time forfeit"},
+             // Held up for longer than it gives an engine to stop, the referee still finds the answer.
+             Case{"stops-at-once",
+                  "read -r line; kill -STOP $PPID; echo info; echo bestmove e2e4; sleep 3; kill -CONT $PPID", "0 0 1 0",
+                  "time forfeit"},
              Case{"hangs", "sleep 1000", "0 0 0 1", "abandoned"},
              Case{"floods", "while :; do echo info string; done", "0 0 0 1", "abandoned"},
          }) {
-        std::filesystem::remove(directory_ / "games.pgn");
+        std::filesystem::remove(Path("games.pgn"));
         const std::string engine = FakeEngine(each.name, each.at_go);
         ASSERT_EQ(Run("-engine cmd=" + engine + " tc=0.2 -engine cmd=" + Dancer("Good", "0") +
                       " nodes=100 -games 2 -concurrency 2 -patience 20 -pgn games.pgn"),
@@ -188,17 +177,18 @@ TEST_F(MatchProgram, EnginesThatNeverStartEndTheMatch) {
 
 TEST_F(MatchProgram, OptionsReachTheEngineAndTyposAreTold) {
     const std::string listener = FakeEngine("listener", "exit");
-    std::string script = ReadFile(listener);
+    std::string script = ReadAll(listener);
     // It writes down all that it is told, in the directory where it runs, and knows one option.
     script.replace(script.find("do case"), 7, "do echo \"$line\" >>told; case");
     script.replace(script.find("echo uciok"), 10, "echo option name Big Hash type spin; echo uciok");
     Write("listener", script);
-    std::filesystem::create_directory(directory_ / "home");
+    chmod(listener.c_str(), 0755);
+    std::filesystem::create_directory(Path("home"));
     ASSERT_EQ(Run("-engine cmd=./listener dir=home 'option.big hash=5' option.Hsh=1 tc=2/3+0.5 -engine cmd=" +
                   FakeEngine("other", "exit") + " nodes=5 -games 1"),
               0)
         << error_;
-    EXPECT_EQ(ReadFile(directory_ / "home" / "told"),
+    EXPECT_EQ(folder_.Read("home/told"),
               "uci\nsetoption name big hash value 5\nsetoption name Hsh value 1\nucinewgame\nisready\n"
               "position startpos\ngo wtime 3000 btime 3000 winc 500 binc 500 movestogo 2\n");
     EXPECT_NE(error_.find("lists no option \"Hsh\""), std::string::npos) << error_;
@@ -216,7 +206,7 @@ TEST_F(MatchProgram, TheTestStopsTheMatch) {
 
 TEST_F(MatchProgram, AdjudicatesWhenAsked) {
     const auto run = [&](const std::string& score, const std::string& rule) {
-        std::filesystem::remove(directory_ / "games.pgn");
+        std::filesystem::remove(Path("games.pgn"));
         return Run("-engine cmd=" + Dancer("A", score) + " -engine cmd=" + Dancer("B", score) +
                    " -each tc=60 -games 2 -pgn games.pgn " + rule);
     };
@@ -238,17 +228,17 @@ TEST_F(MatchProgram, AdjudicatesWhenAsked) {
 // Nobody is left behind: neither an engine that hangs nor what its script has started.
 TEST_F(MatchProgram, AnInterruptPrintsTheTableAndEndsEverybody) {
     const std::string hangs = FakeEngine("hangs", "echo $$ >pid; sleep 1000 & echo $! >child; wait");
-    const std::string command = "cd " + directory_.string() + " && { " QUORVANTH_MATCH_PROGRAM " -engine cmd=" + hangs +
+    const std::string command = "cd " + folder_.Path() + " && { " QUORVANTH_MATCH_PROGRAM " -engine cmd=" + hangs +
                                 " -engine cmd=" + Dancer("Good", "0") + " -each tc=100 >out.txt 2>error.txt & }; " +
                                 "for i in $(seq 300); do [ -s child ] && break; sleep 0.1; done; kill -INT $!; wait $!";
     const int status = std::system(command.c_str());
     EXPECT_EQ(WEXITSTATUS(status), 130);
-    EXPECT_NE(ReadFile(directory_ / "out.txt").find("Elo of hangs"), std::string::npos);
+    EXPECT_NE(folder_.Read("out.txt").find("Elo of hangs"), std::string::npos);
     for (const char* name : {"pid", "child"}) {
-        const pid_t process = std::atoi(ReadFile(directory_ / name).c_str());
+        const pid_t process = std::atoi(folder_.Read(name).c_str());
         ASSERT_GT(process, 0);
         // Killed at once, but it is the system that takes an orphan away.
-        const std::string state = ReadFile("/proc/" + std::to_string(process) + "/stat");
+        const std::string state = ReadAll("/proc/" + std::to_string(process) + "/stat");
         EXPECT_TRUE(state.empty() || state.find(") Z") != std::string::npos) << state;
     }
 }

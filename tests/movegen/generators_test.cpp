@@ -26,9 +26,6 @@ class Generators : public testing::Test {
     std::string Quiets() {
         return TextsOf(Generated([] { GenerateQuiets(0); }));
     }
-    std::string Checks() {
-        return TextsOf(Generated([] { GenerateChecks(0); }));
-    }
     std::string Evasions() { return TextsOf(Generated(GenerateEvasionsPlain)); }
     void Play(std::initializer_list<const char*> moves) {
         for (const char* move : moves) {
@@ -96,35 +93,6 @@ TEST_F(Generators, EnPassant) {
     EXPECT_EQ(MoveCaptured(Captures()[0].Move), KNIGHT) << "a set-up with a man on the passed square";
 }
 
-TEST_F(Generators, Castling) {
-    struct Case {
-        const char* fen;
-        bool shortly, longly;
-    };
-    const Case cases[] = {
-        {"4k3/8/8/8/8/8/8/R3K2R w KQ -", true, true},        {"1r2k3/8/8/8/8/8/8/R3K2R w KQ -", true, true},
-        {"2r1k3/8/8/8/8/8/8/R3K2R w KQ -", true, false},     {"3rk3/8/8/8/8/8/8/R3K2R w KQ -", true, false},
-        {"4kr2/8/8/8/8/8/8/R3K2R w KQ -", false, true},      {"4k1r1/8/8/8/8/8/8/R3K2R w KQ -", false, true},
-        {"4k2r/8/8/8/8/8/8/R3K2R w KQ -", true, true},       {"4k3/8/8/8/8/8/8/RN2K2R w KQ -", true, false},
-        {"4k3/8/8/8/8/8/8/R3KB1R w KQ -", false, true},      {"4k3/8/8/8/8/8/8/R3K2R w Q -", false, true},
-        {"r3k2r/8/8/8/8/8/8/4K3 b kq -", true, true},        {"r3k2r/8/8/8/8/8/8/1R2K3 b kq -", true, true},
-        {"r3k2r/8/8/8/8/8/8/3RK3 b k -", true, false},       {"r3k2r/8/8/8/8/8/8/4KR2 b kq -", false, true},
-        {"r3k2r/8/8/8/8/8/6P1/2R1K1R1 b kq -", true, false},
-    };
-    for (const Case& test : cases) {
-        SetupFen(test.fen);
-        int found[2] = {0, 0};
-        for (const MoveEntry& entry : Generated([] { GenerateQuiets(1); })) {
-            if (IsCastling(entry.Move)) {
-                EXPECT_EQ(entry.Safety, SAFE);
-                ++found[FileOf(MoveTo(entry.Move)) == 2];
-            }
-        }
-        EXPECT_EQ(found[0], test.shortly) << test.fen;
-        EXPECT_EQ(found[1], test.longly) << test.fen;
-    }
-}
-
 TEST_F(Generators, Evasions) {
     struct Case {
         const char* name;
@@ -155,58 +123,6 @@ TEST_F(Generators, Evasions) {
     SetupFen("R3k3/8/4K3/8/8/8/8/8 b - -");
     EXPECT_TRUE(IsCheckmated());
     EXPECT_EQ(GenerateEvasionsNow(), 0);
-}
-
-TEST_F(Generators, EvasionStage) {
-    SetupFen("4k3/8/8/8/8/8/8/4RK2 b - -");
-    PlyState[0].TriedCount = 3;
-    MoveCount = 0;
-    EXPECT_EQ(GenerateEvasions(STAGE_EVASIONS), 0);
-    EXPECT_EQ(MoveCount, 0);
-    GenerateEvasionsPlain();
-    EXPECT_EQ(MoveCount, 4);
-    EXPECT_EQ(PlyState[0].TriedCount, 3) << "only the staged ones begin the ply anew";
-    EXPECT_EQ(GenerateEvasions(STAGE_START), STAGE_EVASIONS);
-    EXPECT_EQ(MoveCount, 8) << "appended above what is there";
-    EXPECT_EQ(PlyState[0].TriedCount, 0);
-}
-
-TEST_F(Generators, Checks) {
-    struct Case {
-        const char* name;
-        const char* fen;
-        const char* checks;
-    };
-    const Case cases[] = {
-        {"a screen's every move", "8/8/8/8/8/8/4K3/R1B4k w - -", "c1b2 c1d2 c1a3 c1e3 c1f4 c1g5 c1h6"},
-        {"both pushes on the king's rank", "8/8/8/8/8/8/R2P3k/4K3 w - -", "d2d3 d2d4"},
-        {"none on the king's file", "4k3/8/8/8/8/8/4P3/4R1K1 w - -", ""},
-        {"single and double push", "8/8/8/4k3/8/4KP2/3P4/8 w - -", "f3f4 d2d4"},
-        {"black's double push", "8/3p4/4kp2/8/4K3/8/8/8 b - -", "f6f5 d7d5"},
-        {"queens before rooks, diagonals before lines", "4k3/8/8/8/8/8/7Q/K6R w - -", "h2h5 h2e2 h2e5 h2b8 h2h8 h1e1"},
-        {"a diagonal opens", "8/7k/8/8/4P3/8/8/1B2K3 w - -", "e4e5"},
-        {"short castling on the file", "5k2/8/8/8/8/8/8/4K2R w K -", "h1f1 h1h8 e1g1"},
-        {"long castling along the rank", "8/8/8/8/8/8/P7/R3K2k w Q -", "e1d2 e1e2 e1f2 e1c1"},
-        {"the king leaves the line", "4k3/8/8/8/4K3/8/4R3/8 w - -", "e4d3 e4f3 e4d4 e4f4 e4d5 e4f5"},
-        {"losing checks are dropped", "4k3/8/8/8/5n2/4p3/3p4/K2Q4 w - -", "d1a4"},
-        {"a promotion is no quiet check", "8/3P1k2/8/8/8/8/8/K7 w - -", ""},
-    };
-    for (const Case& test : cases) {
-        SetupFen(test.fen);
-        EXPECT_EQ(Checks(), test.checks) << test.name;
-    }
-}
-
-TEST_F(Generators, SinglePromotion) {
-    SetupFen("1r2k3/2P5/8/8/8/8/8/4K3 w - -");
-    const std::vector<MoveEntry> moves = Generated([] {
-        AppendPromotion(C7, C8, QUEEN);
-        AppendPromotion(C7, C8, KNIGHT);
-    });
-    ASSERT_EQ(TextsOf(moves), "c7c8q c7c8n");
-    EXPECT_EQ(moves[0].Safety, LOSING);
-    EXPECT_EQ(moves[1].Safety, LOSING);
-    EXPECT_EQ(moves[0].Score, NO_VICTIM_SCORE);
 }
 
 /// Boards that no game reaches: any man on any square, kings missing or many, a double push that never was. The

@@ -180,44 +180,4 @@ TEST_F(Ordering, CaptureRecordIsHalvedAbove256Tries) {
     }
 }
 
-TEST_F(Ordering, SlotsPushTheOldFirstMoveBack) {
-    MoveSlots slots{};
-    slots.Remember(1);
-    slots.Remember(2);
-    EXPECT_EQ(slots.first, 2u);
-    EXPECT_EQ(slots.second, 1u);
-    slots.Remember(2);  // already first: nothing moves
-    EXPECT_EQ(slots.second, 1u);
-    slots.Remember(1);
-    EXPECT_EQ(slots.first, 1u);
-    EXPECT_EQ(slots.second, 2u);
-}
-
-TEST_F(Ordering, ClearingTakesWhatItNames) {
-    const auto fill = [] {
-        QuietHistory[1][2][3][4095][1] = 1;
-        PlyState[PLY_RECORDS - 1].Killer1[BLACK] = 1;
-        PlyState[0].Killer2[WHITE] = 1;
-        CaptureTries[CAPTURE_STATS - 1] = CaptureWins[CAPTURE_STATS - 1] = 1;
-        CounterMoves[63][7][1].second = FollowUps[63][7][1].second = Refutations[63][7][7][1].second =
-            Evasions[63][63][1].second = 1;
-    };
-    const auto sums = [] {
-        return std::array<std::int64_t, 4>{QuietHistory[1][2][3][4095][1],
-                                           PlyState[PLY_RECORDS - 1].Killer1[BLACK] + PlyState[0].Killer2[WHITE],
-                                           CaptureTries[CAPTURE_STATS - 1] + CaptureWins[CAPTURE_STATS - 1],
-                                           CounterMoves[63][7][1].second + FollowUps[63][7][1].second +
-                                               Refutations[63][7][7][1].second + Evasions[63][63][1].second};
-    };
-    using Sums = std::array<std::int64_t, 4>;
-    fill();
-    ClearQuietHistory();
-    EXPECT_EQ(sums(), (Sums{0, 2, 2, 4}));
-    fill();
-    ClearKillers();
-    EXPECT_EQ(sums(), (Sums{1, 0, 2, 4}));
-    ClearMoveStats();
-    EXPECT_EQ(sums(), (Sums{0, 0, 0, 0}));
-}
-
 }  // namespace

@@ -17,6 +17,7 @@
 #include "position/fen.h"
 #include "position/move_text.h"
 #include "support/board_tables.h"
+#include "support/move_lists.h"
 
 namespace {
 
@@ -38,34 +39,15 @@ void EnterNode(int ply) {
     MoveCount = 0;
     PlyRecord& record = PlyState[Ply];
     record = {};
-    const Colour us = thread_board.SideToMove;
-    record.InCheck = SquareAttacked(ChangeSide(us), thread_board.KingSquare[us]);
+    record.InCheck = InCheckNow();
 }
 
-bool LeavesKingAttacked(Move move) {
-    const Colour us = thread_board.SideToMove;
+/// Whether `attacker` attacks the other king once `move` has been made.
+bool AttacksKingAfter(Move move, Colour attacker) {
     MakeMove(move, 1);
-    const bool attacked = SquareAttacked(ChangeSide(us), thread_board.KingSquare[us]);
+    const bool attacked = SquareAttacked(attacker, thread_board.KingSquare[ChangeSide(attacker)]);
     UnmakeMove();
     return attacked;
-}
-
-bool ChecksWhenMade(Move move) {
-    const Colour us = thread_board.SideToMove;
-    MakeMove(move, 1);
-    const bool checks = SquareAttacked(us, thread_board.KingSquare[ChangeSide(us)]);
-    UnmakeMove();
-    return checks;
-}
-
-Moves LegalMoves() {
-    GenerateLegalMoves(LEGALITY_WINDOW);
-    Moves moves;
-    for (int i = LEGALITY_WINDOW; i < MoveCount; ++i) {
-        moves.push_back(MoveList[i].Move);
-    }
-    MoveCount = 0;
-    return moves;
 }
 
 struct Flags {
@@ -188,7 +170,7 @@ TEST_F(Picker, GivesEveryLegalMoveOnceWhateverTheTablesHold) {
             last = batch.stage;
             for (const MoveEntry& entry : batch.entries) {
                 const bool repeated = batch.stage == STAGE_QUIETS && WasTried(entry.Move);
-                if (!repeated && !LeavesKingAttacked(entry.Move)) {
+                if (!repeated && !AttacksKingAfter(entry.Move, ChangeSide(us))) {
                     found.push_back(entry.Move);
                 }
             }
@@ -232,7 +214,8 @@ TEST_F(Picker, FlagsLeaveOutWhatTheyNameAndNothingElse) {
                 if (kept) {
                     (batch.stage == STAGE_CAPTURES ? captures : quiets).push_back(entry.Move);
                 }
-                if (batch.stage == STAGE_QUIETS && entry.Safety != LOSING && ChecksWhenMade(entry.Move)) {
+                if (batch.stage == STAGE_QUIETS && entry.Safety != LOSING &&
+                    AttacksKingAfter(entry.Move, thread_board.SideToMove)) {
                     checks.push_back(entry.Move);
                 }
             }

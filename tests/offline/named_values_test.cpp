@@ -3,22 +3,15 @@
 #include "eval/init.h"
 #include "eval/parameter_file.h"
 #include "eval/parameters.h"
+#include "support/files.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <random>
 
 namespace {
-
-std::string FileText(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 /// Values that differ from place to place, reserved ones and 64-bit counts among them.
 FileValues RandomValues(unsigned seed) {
@@ -55,10 +48,9 @@ TEST(NamedValues, NothingIsLostEitherWay) {
 /// The plain text is the one that the engine writes and reads, with the alternating tables in turn.
 TEST(NamedValues, PlainTextIsTheEnginesOwn) {
     AssignParameterDefaults();
-    const auto path = std::filesystem::temp_directory_path() / ("quorvanth_plain_" + std::to_string(getpid()));
-    ASSERT_TRUE(WriteParameterFile(path.string(), EvaluationStatistics()));
-    const std::string plain = FileText(path);
-    std::filesystem::remove(path);
+    const TestFolder folder;
+    ASSERT_TRUE(WriteParameterFile(folder.Path("plain"), EvaluationStatistics()));
+    const std::string plain = folder.Read("plain");
     FileValues values;
     ASSERT_EQ(ReadPlainValues(plain, values), "");
     EXPECT_EQ(PlainText(values), plain);
@@ -158,8 +150,8 @@ TEST(NamedValues, FaultyPlainTextIsToldWithItsLine) {
 TEST(NamedValues, ShippedFilesAgree) {
     const std::filesystem::path data(QUORVANTH_DATA);
     FileValues values;
-    ASSERT_EQ(ReadNamedValues(FileText(data / "values.params"), values), "");
-    EXPECT_TRUE(PlainText(values) == FileText(data / "values.txt")) << "run quorvanth-values pack";
+    ASSERT_EQ(ReadNamedValues(ReadAll(data / "values.params"), values), "");
+    EXPECT_TRUE(PlainText(values) == ReadAll(data / "values.txt")) << "run quorvanth-values pack";
 }
 
 }  // namespace

@@ -177,23 +177,6 @@ TEST(Board, PlaceAndRemoveAreInverse) {
     }
 }
 
-TEST(Board, HistoryDropsItsOldestRecords) {
-    PlaceStartPosition();
-    const char* const shuffle[] = {"g1f3", "g8f6", "f3g1", "f6g8"};
-    const int longest = HISTORY_RECORDS - HISTORY_SEARCH_ROOM;
-    for (int ply = 0; ply < 2000; ++ply) {
-        MakeRoomInHistory();
-        ASSERT_LT(GamePly, longest);
-        Play(shuffle[ply % 4]);
-        ASSERT_EQ(GamePly + DroppedPlies, ply + 1);
-    }
-    // The records kept are the last ones, in order.
-    while (GamePly > 0) {
-        UnmakeMove();
-        ASSERT_TRUE(PositionIsConsistent());
-    }
-}
-
 TEST(Consistency, SeesEachFieldGoWrong) {
     const std::vector<void (*)()> faults = {
         [] { thread_board.TotalPieces += 1; },

@@ -23,13 +23,8 @@ inline int SquareOf(const char* name) {
     return 8 * (name[1] - '1') + (name[0] - 'a');
 }
 
-/// The move of the text on the present board; the fifth character promotes.
-inline Move Played(const char* text) {
-    return MoveFromText(text);
-}
-
 inline void Play(const char* text) {
-    MakeMove(Played(text), 1);
+    MakeMove(MoveFromText(text), 1);
 }
 
 inline std::string FenOf() {

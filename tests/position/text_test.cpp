@@ -5,11 +5,7 @@
 #include "support.h"
 
 TEST(Fen, IsReadAndWritten) {
-    struct Case {
-        const char* text;
-        const char* written;
-    };
-    const Case cases[] = {
+    const std::pair<const char*, const char*> cases[] = {
         {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1",
          "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - "},
         {"r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R b Kq - 47 99",
@@ -36,13 +32,13 @@ TEST(Fen, IsReadAndWritten) {
         {"4k3/8/8/8/8/8/8/R3K3", "4k3/8/8/8/8/8/8/R3K3 w - - "},
         {"", "8/8/8/8/8/8/8/8 w - - "},
     };
-    for (const Case& c : cases) {
-        SetupFen(c.text);
-        EXPECT_EQ(FenOf(), c.written) << c.text;
-        EXPECT_TRUE(PositionIsConsistent()) << c.text;
+    for (const auto& [text, written] : cases) {
+        SetupFen(text);
+        EXPECT_EQ(FenOf(), written) << text;
+        EXPECT_TRUE(PositionIsConsistent()) << text;
         EXPECT_EQ(thread_board.FiftyCounter, 0);
-        SetupFen(c.written);
-        EXPECT_EQ(FenOf(), c.written);
+        SetupFen(written);
+        EXPECT_EQ(FenOf(), written);
     }
     SetupFen("4k3/8/8/8/p3P2p/8/8/4K3 b - e3");
     EXPECT_EQ(GamePly, 1);

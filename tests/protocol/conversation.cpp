@@ -45,7 +45,10 @@ void CloseOnce(int& descriptor) {
 
 }  // namespace
 
-Conversation::Conversation() : directory_(FreshDirectory()) {
+Conversation::Conversation(const Files& files) : directory_(FreshDirectory()) {
+    for (const auto& [name, text] : files) {
+        WriteFile(name, text);
+    }
     signal(SIGPIPE, SIG_IGN);  // a program that has ended is found out by reading
     const std::array<int, 2> input = OpenPipe();
     const std::array<int, 2> output = OpenPipe();

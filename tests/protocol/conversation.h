@@ -10,14 +10,17 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 class Conversation {
   public:
     using Lines = std::vector<std::string>;
 
-    /// Starts the program in an empty directory of its own and takes in what it says on start-up.
-    Conversation();
+    using Files = std::vector<std::pair<std::string, std::string>>;  // names and contents
+
+    /// Starts the program in a directory of its own, empty but for `files`, and takes in what it says on start-up.
+    explicit Conversation(const Files& files = {});
     ~Conversation();
     Conversation(const Conversation&) = delete;
     Conversation& operator=(const Conversation&) = delete;

@@ -38,14 +38,6 @@ TEST_F(XboardProtocol, AnswersAMoveWithAMove) {
               " . . . . . . . .\n . . . . . . . .\n P P P P P P P P\n R N B Q K B N R\n");
 }
 
-TEST_F(XboardProtocol, ForceKeepsItSilentUntilGo) {
-    EXPECT_EQ(engine().Ask("force\ne2e4\ne7e5\ng1f3"), Lines());
-    engine().Send("go");
-    engine().Expect("move ");
-    engine().Send("f1c4");
-    engine().Expect("move ");
-}
-
 // The final line comes even when thinking lines are switched off.
 TEST_F(XboardProtocol, NoPostLeavesTheLastLine) {
     engine().Ask("nopost\nsd 6");
@@ -107,16 +99,6 @@ TEST_F(XboardProtocol, TellsHowTheGameEnds) {
     EXPECT_EQ(engine().CountLines("1/2-1/2 {Draw by insufficient"), 2U);
 }
 
-TEST_F(XboardProtocol, AnnouncesTheThirdOccurrence) {
-    engine().Ask("force");
-    for (int i = 0; i < 2; ++i) {
-        engine().Ask("g1f3\ng8f6\nf3g1\nf6g8");
-    }
-    engine().Send("go");
-    engine().Expect("1/2-1/2 {Draw by repetition}");
-    engine().Expect("move ");
-}
-
 // A claim on a position that is only assumed would be false, and forfeit the game.
 TEST_F(XboardProtocol, AnnouncesNothingWhilePondering) {
     engine().Ask("new\nhard\nsd 3");
@@ -128,18 +110,6 @@ TEST_F(XboardProtocol, AnnouncesNothingWhilePondering) {
     engine().Send(hint);
     const Lines answer = engine().ExpectUpTo("move ");
     EXPECT_NE(Joined(answer).find("1/2-1/2 {Draw by insufficient"), std::string::npos) << Joined(answer);
-}
-
-TEST_F(XboardProtocol, ResignsWhenItIsLostAndPlaysOn) {
-    Load("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/4K3 w kq -");
-    for (const char* reply : {"b8c6", "g8f6", "a7a6"}) {
-        engine().Send("go");
-        const Lines lines = engine().ExpectUpTo("move ");
-        EXPECT_EQ(lines[lines.size() - 2] == "resign", reply == std::string_view("a7a6")) << Joined(lines);
-        EXPECT_EQ(engine().Ask(std::string("force\n") + reply), Lines());
-    }
-    engine().Send("go");
-    EXPECT_EQ(Joined(engine().ExpectUpTo("move ")).find("Illegal"), std::string::npos);
 }
 
 TEST_F(XboardProtocol, PonderCycle) {

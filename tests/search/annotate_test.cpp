@@ -44,7 +44,6 @@ class Annotate : public SearchTest {
 
 TEST_F(Annotate, OneMove) {
     struct Case {
-        const char* what;
         const char* fen;
         const char* move;
         Circumstances given;
@@ -52,135 +51,63 @@ TEST_F(Annotate, OneMove) {
         std::uint32_t flags;
         const char* threat = "0000";
     };
+    constexpr std::uint32_t threatens = FLAG_CREATES_THREAT, push = FLAG_PASSED_PUSH | threatens;
     const char* start = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - ";
-    const char* rookCheck = "4k3/8/8/8/8/8/3P4/R3K3 w - - ";
-    const char* badCheck = "4k3/3n4/8/8/8/8/8/Q3K3 w - - ";  // the queen gives itself up on a4, b5... and e5
+    const char* rook = "4k3/8/8/8/8/8/3P4/R3K3 w - - ";
+    const char* losing = "4k3/3n4/8/8/8/8/8/Q3K3 w - - ";  // the queen gives itself up on e5
+    const char* discovered = "4k3/p7/8/8/8/4B3/8/K3R3 w - - ";
     const char* fork = "r3k3/8/8/3N4/8/8/8/4K3 w - - ";
     const char* attack = "6k1/5q2/8/8/8/5N2/8/6K1 w - - ";
-    const char* passer = "6k1/8/8/8/P7/8/8/6K1 w - - ";
+    const char* loose = "6k1/8/8/4p3/8/8/8/R5K1 w - - ";
+    const char* guarded = "6k1/8/5p2/4p3/8/8/8/R5K1 w - - ";
+    const char* fourth = "6k1/8/8/8/P7/8/8/6K1 w - - ";
+    const char* fifth = "6k1/8/8/P7/8/8/8/6K1 w - - ";
+    const char* second = "6k1/8/8/8/8/8/P7/6K1 w - - ";
+    const char* last = "6k1/8/8/3r4/4P3/8/8/6K1 w - - ";
+    const char* knight = "6k1/pp6/8/3n4/4P3/8/8/R5K1 w - - ";
     const Case cases[] = {
-        {"plain", start, "e2e3", {}, -4, 0},
-        {"single reply", start, "e2e3", {.isSingleReply = true}, 0, FLAG_BALANCE},
-        {"mate threat", start, "e2e3", {.mateThreat = true}, -1, FLAG_MATE_THREAT},
-        {"mate threat far out", start, "e2e3", {.extAllowed = false, .mateThreat = true}, -3, FLAG_MATE_THREAT},
-        {"no move is deeper than the node",
-         start,
-         "e2e3",
-         {.mateThreat = true, .isSingleReply = true},
-         0,
-         FLAG_BALANCE | FLAG_MATE_THREAT},
+        {start, "e2e3", {}, -4, 0},
+        {start, "e2e3", {.isSingleReply = true}, 0, FLAG_BALANCE},
+        {start, "e2e3", {.mateThreat = true}, -1, FLAG_MATE_THREAT},
+        {start, "e2e3", {.extAllowed = false, .mateThreat = true}, -3, FLAG_MATE_THREAT},
+        // No move is deeper than the node.
+        {start, "e2e3", {.mateThreat = true, .isSingleReply = true}, 0, FLAG_BALANCE | FLAG_MATE_THREAT},
 
-        {"safe check", rookCheck, "a1a8", {}, 0, FLAG_CHECK | FLAG_CREATES_THREAT, "a8e8"},
-        {"safe check far out", rookCheck, "a1a8", {.extAllowed = false}, -2, FLAG_CHECK | FLAG_CREATES_THREAT, "a8e8"},
-        {"losing check", badCheck, "a1e5", {}, -4, FLAG_CHECK},
-        {"losing check of the principal variation", badCheck, "a1e5", {.isPV = true}, 0, FLAG_CHECK},
-        {"losing discovered check", "4k3/p7/8/8/8/4B3/8/K3R3 w - - ", "e3b6", {}, 0, FLAG_CHECK},
+        {rook, "a1a8", {}, 0, FLAG_CHECK | threatens, "a8e8"},
+        {rook, "a1a8", {.extAllowed = false}, -2, FLAG_CHECK | threatens, "a8e8"},
+        {losing, "a1e5", {}, -4, FLAG_CHECK},
+        {losing, "a1e5", {.isPV = true}, 0, FLAG_CHECK},
+        {discovered, "e3b6", {}, 0, FLAG_CHECK},
 
-        {"threat of a fork", fork, "d5c7", {.depth = 8}, 0, FLAG_CHECK | FLAG_CREATES_THREAT, "c7e8"},
-        {"attack on a queen", attack, "f3e5", {.gap = 1019}, -4, FLAG_CREATES_THREAT, "e5f7"},
-        {"attack on a queen too far below alpha", attack, "f3e5", {.gap = 1020}, -4, 0},
-        {"attack on a guarded pawn", "6k1/8/5p2/4p3/8/8/8/R5K1 w - - ", "a1a5", {}, -4, 0},
-        {"attack on a loose pawn",
-         "6k1/8/8/4p3/8/8/8/R5K1 w - - ",
-         "a1a5",
-         {.gap = 159},
-         -4,
-         FLAG_CREATES_THREAT,
-         "a5e5"},
-        {"attack on a loose pawn too far below alpha", "6k1/8/8/4p3/8/8/8/R5K1 w - - ", "a1a5", {.gap = 160}, -4, 0},
+        {fork, "d5c7", {.depth = 8}, 0, FLAG_CHECK | threatens, "c7e8"},
+        {attack, "f3e5", {.gap = 1019}, -4, threatens, "e5f7"},
+        {attack, "f3e5", {.gap = 1020}, -4, 0},
+        {guarded, "a1a5", {}, -4, 0},
+        {loose, "a1a5", {.gap = 159}, -4, threatens, "a5e5"},
+        {loose, "a1a5", {.gap = 160}, -4, 0},
 
-        {"passed push", passer, "a4a5", {}, -4, FLAG_PASSED_PUSH | FLAG_CREATES_THREAT, "a5a6"},
-        {"passed push at alpha's far side",
-         passer,
-         "a4a5",
-         {.gap = 1000},
-         -4,
-         FLAG_PASSED_PUSH | FLAG_CREATES_THREAT,
-         "a5a6"},
-        {"push to the seventh",
-         "6k1/8/P7/8/8/8/8/6K1 w - - ",
-         "a6a7",
-         {},
-         -4,
-         FLAG_PASSED_PUSH | FLAG_CREATES_THREAT,
-         "a7a8q"},
-        {"blocked behind", "6k1/n7/8/P7/8/8/8/6K1 w - - ", "a5a6", {}, -4, FLAG_PASSED_PUSH | FLAG_CREATES_THREAT},
-        {"push to the third", "6k1/8/8/8/8/8/P7/6K1 w - - ", "a2a3", {}, -4, 0},
-        {"double push to the fourth",
-         "6k1/8/8/8/8/8/P7/6K1 w - - ",
-         "a2a4",
-         {},
-         -4,
-         FLAG_PASSED_PUSH | FLAG_CREATES_THREAT,
-         "a4a5"},
-        {"not passed", "6k1/1p6/8/8/P7/8/8/6K1 w - - ", "a4a5", {}, -4, 0},
-        {"black passed push",
-         "6k1/8/8/p7/8/8/8/6K1 b - - ",
-         "a5a4",
-         {},
-         -4,
-         FLAG_PASSED_PUSH | FLAG_CREATES_THREAT,
-         "a4a3"},
-        {"far push of the principal variation at the horizon",
-         passer,
-         "a4a5",
-         {.depth = 4, .isPV = true},
-         -4,
-         FLAG_PASSED_PUSH | FLAG_CREATES_THREAT,
-         "a5a6"},
-        {"the same a rank on",
-         "6k1/8/8/P7/8/8/8/6K1 w - - ",
-         "a5a6",
-         {.depth = 4, .isPV = true},
-         0,
-         FLAG_PASSED_PUSH | FLAG_CREATES_THREAT,
-         "a6a7"},
-        {"the same in a zero window",
-         "6k1/8/8/P7/8/8/8/6K1 w - - ",
-         "a5a6",
-         {.depth = 4},
-         -4,
-         FLAG_PASSED_PUSH | FLAG_CREATES_THREAT,
-         "a6a7"},
+        {fourth, "a4a5", {}, -4, push, "a5a6"},
+        {fourth, "a4a5", {.gap = 1000}, -4, push, "a5a6"},
+        {"6k1/8/P7/8/8/8/8/6K1 w - - ", "a6a7", {}, -4, push, "a7a8q"},
+        {"6k1/n7/8/P7/8/8/8/6K1 w - - ", "a5a6", {}, -4, push},
+        {second, "a2a3", {}, -4, 0},
+        {second, "a2a4", {}, -4, push, "a4a5"},
+        {"6k1/1p6/8/8/P7/8/8/6K1 w - - ", "a4a5", {}, -4, 0},
+        {"6k1/8/8/p7/8/8/8/6K1 b - - ", "a5a4", {}, -4, push, "a4a3"},
+        // At the horizon of the principal variation a far push is searched on.
+        {fourth, "a4a5", {.depth = 4, .isPV = true}, -4, push, "a5a6"},
+        {fifth, "a5a6", {.depth = 4, .isPV = true}, 0, push, "a6a7"},
+        {fifth, "a5a6", {.depth = 4}, -4, push, "a6a7"},
 
-        {"last piece, into a pawn ending",
-         "6k1/8/8/3r4/4P3/8/8/6K1 w - - ",
-         "e4d5",
-         {},
-         0,
-         FLAG_PAWN_ENDING | FLAG_BALANCE | FLAG_PASSED_PUSH | FLAG_CREATES_THREAT,
-         "d5d6"},
-        {"last piece but one",
-         "6k1/n7/8/3r4/4P3/8/8/6K1 w - - ",
-         "e4d5",
-         {.gap = 2000},
-         -4,
-         FLAG_PASSED_PUSH | FLAG_CREATES_THREAT,
-         "d5d6"},
-        {"capture too small for the gap",
-         "6k1/pp6/8/3n4/4P3/8/8/R5K1 w - - ",
-         "e4d5",
-         {.gap = 360},
-         -4,
-         FLAG_PASSED_PUSH | FLAG_CREATES_THREAT,
-         "d5d6"},
-        {"capture that restores the balance",
-         "6k1/pp6/8/3n4/4P3/8/8/R5K1 w - - ",
-         "e4d5",
-         {.gap = 359},
-         -4,
-         FLAG_BALANCE | FLAG_PASSED_PUSH | FLAG_CREATES_THREAT,
-         "d5d6"},
-        {"capture put behind the quiet moves",
-         "6k1/pp6/8/3n4/4P3/8/8/R5K1 w - - ",
-         "e4d5",
-         {.score = -1},
-         -4,
-         FLAG_PASSED_PUSH | FLAG_CREATES_THREAT,
-         "d5d6"},
+        // Captures: the last piece, one of two, and one that must not be too small for the gap nor be put off.
+        {last, "e4d5", {}, 0, FLAG_PAWN_ENDING | FLAG_BALANCE | push, "d5d6"},
+        {"6k1/n7/8/3r4/4P3/8/8/6K1 w - - ", "e4d5", {.gap = 2000}, -4, push, "d5d6"},
+        {knight, "e4d5", {.gap = 360}, -4, push, "d5d6"},
+        {knight, "e4d5", {.gap = 359}, -4, FLAG_BALANCE | push, "d5d6"},
+        {knight, "e4d5", {.score = -1}, -4, push, "d5d6"},
     };
     for (const Case& each : cases) {
-        SCOPED_TRACE(each.what);
+        SCOPED_TRACE(testing::Message() << each.fen << each.move << " " << &each - cases);
         Stand(each.fen);
         const Outcome outcome = Of(Find(each.move), each.given);
         EXPECT_EQ(outcome.extension, each.extension);
@@ -201,30 +128,29 @@ TEST_F(Annotate, ADoubleThreatKeepsTheChildOutOfQuiescence) {
 
 TEST_F(Annotate, Recapture) {
     struct Case {
-        const char* what;
         const char* fen;
         const char* lastMove;
         const char* move;
-        Circumstances given;
-        std::uint32_t parentFlags;
         bool extended;
+        Circumstances given = {};
+        std::uint32_t parentFlags = 0;
     };
     const char* knightForBishop = "rn2k3/8/2b5/8/8/N1N5/1P6/R3K3 b - - ";
-    const char* rookForKnight = "r3k3/8/2r5/8/8/N1N5/1P6/R3K3 b - - ";
+    const char* bishopTakes = "4k3/8/5b2/8/3N4/4P3/8/4K2R b - - ";
     const Case cases[] = {
-        {"minor for minor", knightForBishop, "c6a4", "c3a4", {}, 0, false},  // nothing was taken
-        {"minor for minor", knightForBishop, "c6f3", "a1b1", {}, 0, false},
-        {"rook for knight", rookForKnight, "c6c3", "b2c3", {}, 0, false},
-        {"knight by knight", "4k3/p7/4n3/8/3N4/8/8/4K2Q b - - ", "e6d4", "h1d5", {}, 0, false},  // another square
-        {"knight for knight", "4k3/8/4n3/8/3N4/4P3/8/4K2R b - - ", "e6d4", "e3d4", {}, 0, true},
-        {"bishop for knight", "4k3/8/5b2/8/3N4/4P3/8/4K2R b - - ", "f6d4", "e3d4", {}, 0, true},
-        {"already extended", "4k3/8/5b2/8/3N4/4P3/8/4K2R b - - ", "f6d4", "e3d4", {}, FLAG_RECAPTURE, false},
-        {"far ahead", "4k3/8/5b2/8/3N4/4P3/8/4K2R b - - ", "f6d4", "e3d4", {.gap = -120}, 0, false},
-        {"ahead", "4k3/8/5b2/8/3N4/4P3/8/4K2R b - - ", "f6d4", "e3d4", {.gap = -119}, 0, true},
-        {"too far behind", "4k3/8/5b2/8/3N4/4P3/8/4K2R b - - ", "f6d4", "e3d4", {.gap = 360}, 0, false},
+        {knightForBishop, "c6a4", "c3a4", false},  // nothing was taken
+        {knightForBishop, "c6f3", "a1b1", false},
+        {"r3k3/8/2r5/8/8/N1N5/1P6/R3K3 b - - ", "c6c3", "b2c3", false},  // a rook for a knight
+        {"4k3/p7/4n3/8/3N4/8/8/4K2Q b - - ", "e6d4", "h1d5", false},     // another square
+        {"4k3/8/4n3/8/3N4/4P3/8/4K2R b - - ", "e6d4", "e3d4", true},
+        {bishopTakes, "f6d4", "e3d4", true},
+        {bishopTakes, "f6d4", "e3d4", false, {}, FLAG_RECAPTURE},
+        {bishopTakes, "f6d4", "e3d4", false, {.gap = -120}},
+        {bishopTakes, "f6d4", "e3d4", true, {.gap = -119}},
+        {bishopTakes, "f6d4", "e3d4", false, {.gap = 360}},
     };
     for (const Case& each : cases) {
-        SCOPED_TRACE(each.what);
+        SCOPED_TRACE(testing::Message() << each.fen << each.lastMove << " " << &each - cases);
         Stand(each.fen);
         MakeMove(Find(each.lastMove), 1);
         PlyState[0].MoveFlags = each.parentFlags;
@@ -250,32 +176,22 @@ bool HasTwinSliders(Colour colour) {
 
 TEST_F(Annotate, ColoursAreMirrored) {
     for (const std::string& fen : RandomPositions(11, 12, 60)) {
-        struct Seen {
-            Move move;
-            Outcome outcome;
-        };
-        std::vector<Seen> seen;
+        std::vector<std::pair<Move, Outcome>> seen;
         const Circumstances given{.depth = 4, .gap = 50};
-        const auto annotateAll = [&](auto&& act) {
-            GenerateLegalMoves(0);
-            for (int i = 0; i < MoveCount; ++i) {
-                act(MoveList[i].Move);
-            }
-            MoveCount = 0;
-        };
         Setup(fen.c_str());
         if (HasTwinSliders(WHITE) || HasTwinSliders(BLACK)) {
             continue;
         }
         EnterAt(1);
-        annotateAll([&](Move move) { seen.push_back({move, Of(move, given)}); });
+        for (const Move move : LegalMoves()) {
+            seen.emplace_back(move, Of(move, given));
+        }
         Setup(ColourMirror(fen).c_str());
         EnterAt(1);
-        for (const Seen& each : seen) {
-            const Move mirrored = (each.move ^ 070u ^ (070u << 6)) & 0x1fffff;
-            const Outcome outcome = Of(mirrored, given);
-            ASSERT_EQ(outcome.extension, each.outcome.extension) << fen << TextOf(each.move);
-            ASSERT_EQ(outcome.flags, each.outcome.flags) << fen << TextOf(each.move);
+        for (const auto& [move, expected] : seen) {
+            const Outcome outcome = Of(MirroredMove(move), given);
+            ASSERT_EQ(outcome.extension, expected.extension) << fen << TextOf(move);
+            ASSERT_EQ(outcome.flags, expected.flags) << fen << TextOf(move);
         }
     }
 }

@@ -193,18 +193,6 @@ TEST_F(Poll, OnlyATimedSearchLooksAtTheClock) {
     EXPECT_TRUE(StopsAfter(0));
 }
 
-TEST_F(Poll, ServesInput) {
-    UciPonder = 1;
-    Type("isready\n");
-    EXPECT_EQ(Printed([] { EXPECT_FALSE(StopsAfter(0)); }), "readyok\n");
-    Type("ponderhit\n");
-    EXPECT_TRUE(StopsAfter(10000));
-    EXPECT_EQ(thread_board.SearchAborted, 0);
-    Type("stop\n");
-    EXPECT_TRUE(StopsAfter(0));
-    EXPECT_EQ(thread_board.SearchAborted, 1);
-}
-
 TEST_F(Poll, ClosedInputStopsWhatNothingElseWould) {
     struct Case {
         const char* what;

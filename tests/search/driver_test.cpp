@@ -1,6 +1,7 @@
 // The two drivers and the thinking cycle.
 #include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "movegen/legal_moves.h"
@@ -10,7 +11,7 @@
 
 namespace {
 
-constexpr const char* MIDDLE_GAME = "r1bq1rk1/pp2bppp/2n1pn2/3p4/2PP4/1P3N2/PB2BPPP/RN1Q1RK1 w - -";
+constexpr const char* MIDDLE_GAME = "r1bq1rk1/pp2bppp/2n1pn2/3p4/2PP4/1P3N2/PB2BPPP/RN1Q1RK1 w - - ";
 
 class Driver : public EngineTest {
   protected:
@@ -32,11 +33,7 @@ class Driver : public EngineTest {
         ForgetGame();
         Setup(fen);
         Printed([&] { IterativeDeepening(depth, false); });
-        Outcome outcome{Nodes, RootScores[0], {}};
-        for (int i = 0; i < MoveCount; ++i) {
-            outcome.moves.push_back(MoveList[i].Move);
-        }
-        return outcome;
+        return {Nodes, RootScores[0], MovesOfList()};
     }
 
     static void ExpectBoardUntouched(const std::string& fen) {
@@ -68,7 +65,7 @@ TEST_F(Driver, DepthCountsIterations) {
         if (depth > 0) {
             EXPECT_EQ(Iteration, depth - 1);
         }
-        ExpectBoardUntouched("r1bq1rk1/pp2bppp/2n1pn2/3p4/2PP4/1P3N2/PB2BPPP/RN1Q1RK1 w - - ");
+        ExpectBoardUntouched(MIDDLE_GAME);
     }
     MultiPV = 2;
     Fresh(MIDDLE_GAME, 1);
@@ -119,22 +116,15 @@ TEST_F(Driver, StartsWithEmptyCountersAndKillersFromTwoPliesOn) {
         PlyState[ply].Killer1[WHITE] = static_cast<Move>(ply);
         PlyState[ply].Killer2[BLACK] = static_cast<Move>(1000 + ply);
     }
-    Nodes = 12345;
-    TbHits = 5;
-    BookMovePlayed = 1;
-    PendingBestMove = 7;
+    Nodes = TbHits = BookMovePlayed = PendingBestMove = 7;
     const std::uint16_t generation = TTGeneration;
     Printed([] { IterativeDeepening(0, false); });
-    EXPECT_EQ(Nodes + TbHits + PendingBestMove, 0U);
-    EXPECT_EQ(BookMovePlayed, 0);
+    EXPECT_EQ(Nodes + TbHits + BookMovePlayed + PendingBestMove, 0U);
     EXPECT_EQ(TTGeneration, generation + 1);
-    for (const int ply : {0, 1, 100, 191}) {
-        EXPECT_EQ(PlyState[ply].Killer1[WHITE], static_cast<Move>(ply + 2));
-        EXPECT_EQ(PlyState[ply].Killer2[BLACK], static_cast<Move>(1002 + ply));
-    }
-    EXPECT_EQ(PlyState[192].Killer1[WHITE], 192U);
     for (int ply = 0; ply < PLY_RECORDS; ++ply) {
-        PlyState[ply].Killer1[WHITE] = PlyState[ply].Killer2[BLACK] = 0;
+        const Move from = static_cast<Move>(ply < 192 ? ply + 2 : ply);
+        EXPECT_EQ(std::exchange(PlyState[ply].Killer1[WHITE], 0), from);
+        EXPECT_EQ(std::exchange(PlyState[ply].Killer2[BLACK], 0), from + 1000);
     }
 }
 
@@ -151,84 +141,12 @@ TEST_F(Driver, AnAbortedSearchLeavesALegalMoveAndTheBoard) {
             EXPECT_EQ(thread_board.SearchAborted, 1);
             EXPECT_TRUE(IsLegalMove(MoveList[0].Move));
             EXPECT_EQ(MoveCount, RootMoveCount);
-            ExpectBoardUntouched("r1bq1rk1/pp2bppp/2n1pn2/3p4/2PP4/1P3N2/PB2BPPP/RN1Q1RK1 w - - ");
+            ExpectBoardUntouched(MIDDLE_GAME);
         }
     }
 }
 
-TEST_F(Driver, MultiPvAgreesWithTheSingleLine) {
-    const char* winsTheQueen = "3q2k1/5ppp/8/8/8/8/5PPP/3R2K1 w - -";
-    const std::string best = TextOf(Fresh(winsTheQueen, 6).moves[0]);
-    MultiPV = 3;
-    EXPECT_EQ(TextOf(Fresh(winsTheQueen, 6).moves[0]), best);
-    EXPECT_TRUE(std::is_sorted(RootScores, RootScores + 3, std::greater<>()));
-}
-
-/// Whole cycles. At depth 3 a search does not look at its input, a ponder search only when it has come to its end.
-class ThinkingCycle : public EngineTest {
-  protected:
-    void SetUp() override {
-        EngineTest::SetUp();
-        MaxDepth = 3;
-        PonderOn = 1;
-    }
-
-    static std::vector<std::string> Moves() {
-        std::vector<std::string> moves;
-        for (int i = 0; i < GamePly; ++i) {
-            moves.push_back(TextOf(GameHistory[i].move));
-        }
-        return moves;
-    }
-};
-
-TEST_F(ThinkingCycle, PonderingServesTheOpponentsMove) {
-    Type("h7h6\na7a6\nforce\n");
-    const std::string text = Printed(Think);
-    const std::vector<std::string> moves = Moves();
-    ASSERT_EQ(moves.size(), 5U) << text;
-    EXPECT_EQ(moves[1], "h7h6");
-    EXPECT_EQ(moves[3], "a7a6");
-    EXPECT_NE(text.find("move " + moves[0] + "\nHint: "), std::string::npos) << text;
-    EXPECT_EQ(ForceMode, 1);
-    EXPECT_EQ(PonderSearch, 0);
-}
-
-TEST_F(ThinkingCycle, TheAssumedMoveStaysWhenItIsPlayed) {
-    Type("stop\n");
-    const std::string text = Printed(Think);
-    ASSERT_EQ(Moves().size(), 1U);
-    const std::string hint = text.substr(text.find("Hint: ") + 6, 4);
-    EngineTest::SetUp();
-    MaxDepth = 3;
-    PonderOn = 1;
-    Type(hint + "\nforce\n");
-    Printed(Think);
-    ASSERT_EQ(Moves().size(), 3U);
-    EXPECT_EQ(Moves()[1], hint);
-}
-
-TEST_F(ThinkingCycle, CommandsEndPondering) {
-    struct Case {
-        const char* line;
-        int gamePly;
-    };
-    const Case cases[] = {{"stop\n", 1}, {"undo\n", 1}, {"exit\n", 1},  {"easy\n", 1},
-                          {"new\n", 0},  {"post\n", 1}, {"e2e9x\n", 1}, {"a1a1\n", 1}};
-    for (const Case& each : cases) {
-        EngineTest::SetUp();
-        MaxDepth = 3;
-        PonderOn = 1;
-        Type(each.line);
-        if (each.line == std::string_view("e2e9x\n")) {
-            Type("force\n");  // no move: dropped without a word
-        }
-        Printed(Think);
-        EXPECT_EQ(GamePly, each.gamePly) << each.line;
-        EXPECT_TRUE(PositionIsConsistent()) << each.line;
-        EXPECT_EQ(PonderSearch, 0) << each.line;
-    }
-}
+using ThinkingCycle = EngineTest;
 
 TEST_F(ThinkingCycle, AForcedReplyStillHearsTheTrueMove) {
     Setup("7k/8/8/8/8/8/2r5/K7 b - -");
@@ -246,19 +164,7 @@ TEST_F(ThinkingCycle, AForcedReplyStillHearsTheTrueMove) {
     EXPECT_EQ(ReceivedMove, other);
 }
 
-TEST_F(ThinkingCycle, UciAnswersOnceAPonderSearchIsReleased) {
-    UciMode = 1;
-    PonderOn = 0;
-    UciPonder = 1;
-    Type("isready\nponderhit\n");
-    const std::string text = Printed(Think);
-    EXPECT_LT(text.find("readyok"), text.find("bestmove "));
-    EXPECT_EQ(GamePly, 1);
-    EXPECT_NE(PendingBestMove, 0U);
-}
-
 TEST_F(ThinkingCycle, WhatCannotBeSearchedIsRefused) {
-    PonderOn = 0;
     Setup("8/8/8/8/8/8/8/K7 w - -");
     const std::string refusal = Printed(Think);
     EXPECT_EQ(std::ranges::count(refusal, '\n'), 1);

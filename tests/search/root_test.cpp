@@ -22,20 +22,7 @@ constexpr const char* POSITIONS[] = {
     "8/8/8/2k5/3Pp3/8/8/4K3 b - d3",                              // en passant gets out of check
 };
 
-std::vector<Move> RootList() {
-    std::vector<Move> moves;
-    for (int i = 0; i < MoveCount; ++i) {
-        moves.push_back(MoveList[i].Move);
-    }
-    return moves;
-}
-
-std::vector<Move> LegalMoves() {
-    GenerateLegalMoves(LEGALITY_WINDOW);
-    std::vector<Move> moves;
-    for (int i = LEGALITY_WINDOW; i < MoveCount; ++i) {
-        moves.push_back(MoveList[i].Move);
-    }
+std::vector<Move> Sorted(std::vector<Move> moves) {
     std::ranges::sort(moves);
     return moves;
 }
@@ -70,11 +57,9 @@ class Root : public EngineTest {
 TEST_F(Root, ListHoldsEveryLegalMoveOnce) {
     for (const char* fen : POSITIONS) {
         Setup(fen);
-        const std::vector<Move> legal = LegalMoves();
+        const std::vector<Move> legal = Sorted(LegalMoves());
         EXPECT_EQ(Prepare(), legal.empty() ? 1 : 0) << fen;
-        std::vector<Move> list = RootList();
-        std::ranges::sort(list);
-        EXPECT_EQ(list, legal) << fen;
+        EXPECT_EQ(Sorted(MovesOfList()), legal) << fen;
         EXPECT_TRUE(PositionIsConsistent());
         ExpectMarksFit();
         EXPECT_EQ(PlyState[0].InCheck, SquareAttacked(ChangeSide(EngineSide), thread_board.KingSquare[EngineSide]));
@@ -88,7 +73,7 @@ TEST_F(Root, OrderIsCapturesKillersQuiets) {
     PlyState[0].Killer2[WHITE] = killers[1];
     PlyState[0].Killer1[BLACK] = MoveFromText("a2a3");  // the other side's do not count
     Prepare();
-    const std::vector<Move> list = RootList();
+    const std::vector<Move> list = MovesOfList();
     const auto firstQuiet = std::ranges::find_if(list, IsQuiet);
     EXPECT_EQ(firstQuiet - list.begin(), 8);
     EXPECT_TRUE(std::all_of(firstQuiet, list.end(), IsQuiet));
@@ -97,9 +82,9 @@ TEST_F(Root, OrderIsCapturesKillersQuiets) {
     EXPECT_EQ(std::ranges::count(list, killers[0]), 1);
     EXPECT_EQ(std::ranges::count(list, killers[1]), 1);
     EXPECT_TRUE(std::is_sorted(MoveList, MoveList + 8, [](auto& a, auto& b) { return a.Score > b.Score; }));
-}
 
-TEST_F(Root, AKillerThatIsImpossibleStaysOut) {
+    // Killers that are impossible stay out.
+    SetupStartPosition();
     PlyState[0].Killer1[WHITE] = WHITE_CASTLES_SHORT;
     PlyState[0].Killer2[WHITE] = BuildMove(3, 39, QUEEN);
     Prepare();
@@ -137,13 +122,6 @@ TEST_F(Root, GuessIsTheLastScoreFromThisSide) {
     EXPECT_EQ(RootScores[0], -35);
 }
 
-TEST_F(Root, NoMoveOfThoseAskedForIsNoGameEnd) {
-    Ask({"e7e5", "a1a8"});
-    UciMode = 0;
-    EXPECT_EQ(Printed([] { EXPECT_EQ(PrepareRootMoves(), 1); }), "");
-    EXPECT_TRUE(HasLegalMove());
-}
-
 TEST_F(Root, OneRecaptureIsEasy) {
     struct Case {
         const char* fen;
@@ -153,8 +131,8 @@ TEST_F(Root, OneRecaptureIsEasy) {
     const Case cases[] = {
         {"rnbqkbnr/ppp1pppp/8/3p4/4P3/8/PPPP1PPP/RNBQKBNR w KQkq -", "e4d5", "d8d5"},
         {"rnbqkb1r/ppp1pppp/5n2/3p4/4P3/8/PPPP1PPP/RNBQKBNR w KQkq -", "e4d5", "0000"},  // two of them
-        {"rnbqkbnr/ppp1pppp/8/3p4/4P3/8/PPPP1PPP/RNBQKBNR w KQkq -", "e4e5", "0000"},    // no capture before
-        {"4k3/8/8/8/8/8/3p4/R3K3 w Q -", "e1d2", "0000"},                                // nothing takes back
+        {"rnbqkbnr/ppp1pppp/8/3p4/4P3/8/PPPP1PPP/RNBQKBNR w KQkq -", "e4e5", "0000"},
+        {"4k3/8/8/8/8/8/3p4/R3K3 w Q -", "e1d2", "0000"},  // nothing takes back
     };
     for (const Case& each : cases) {
         Setup(each.fen);
@@ -173,27 +151,26 @@ TEST_F(Root, EntriesMoveTogether) {
             RootScores[RootMoveCount++] = score;
         }
     };
-    const auto expect = [](std::initializer_list<std::int32_t> scores) {
-        int i = 0;
-        for (const std::int32_t score : scores) {
-            EXPECT_EQ(RootScores[i], score);
-            EXPECT_EQ(MoveList[i].Move, static_cast<Move>(1000 + score));
-            EXPECT_EQ(MoveList[i].Score, score * 2);
-            EXPECT_EQ(MoveList[i].Safety, score * 3);
-            EXPECT_EQ(RootGivesCheck[i], score + 1);
-            ++i;
+    const auto list = [] {
+        std::vector<std::int32_t> scores(RootScores, RootScores + RootMoveCount);
+        for (int i = 0; i < RootMoveCount; ++i) {
+            const auto& [move, score, safety] = MoveList[i];
+            EXPECT_TRUE(move == static_cast<Move>(1000 + RootScores[i]) && score == RootScores[i] * 2 &&
+                        safety == RootScores[i] * 3 && RootGivesCheck[i] == RootScores[i] + 1);
         }
+        return scores;
     };
+    using Scores = std::vector<std::int32_t>;
     fill({5, 1, 2, 3, 4});
     MoveRootEntry(3, 0);
-    expect({3, 5, 1, 2, 4});
+    EXPECT_EQ(list(), (Scores{3, 5, 1, 2, 4}));
     MoveRootEntry(0, 0);
-    expect({3, 5, 1, 2, 4});
+    EXPECT_EQ(list(), (Scores{3, 5, 1, 2, 4}));
     MoveRootEntry(4, 1);
-    expect({3, 4, 5, 1, 2});
+    EXPECT_EQ(list(), (Scores{3, 4, 5, 1, 2}));
     fill({0, 3, 9, 7, 8});
     SortRootEntries(1);
-    expect({0, 9, 8, 7, 3});
+    EXPECT_EQ(list(), (Scores{0, 9, 8, 7, 3}));
 }
 
 TEST_F(Root, AspirationStepFollowsIterationAndScore) {
@@ -281,11 +258,9 @@ TEST_F(Root, ALaterMoveThatFailsHighHeadsTheList) {
     ExpectMarksFit();
 
     SearchMoveCount = 0;
-    const std::vector<Move> legal = LegalMoves();
+    const std::vector<Move> legal = Sorted(LegalMoves());
     Printed([] { EXPECT_EQ(IterativeDeepening(3, false), 0); });
-    std::vector<Move> list = RootList();
-    std::ranges::sort(list);
-    EXPECT_EQ(list, legal);
+    EXPECT_EQ(Sorted(MovesOfList()), legal);
     ExpectMarksFit();
 }
 

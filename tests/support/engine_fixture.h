@@ -12,12 +12,13 @@
 #include "search/clock.h"
 #include "search/front_end.h"
 #include "search/transposition.h"
+#include "support/files.h"
+#include "support/move_lists.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <string>
 #include <string_view>
 
@@ -75,14 +76,9 @@ class EngineTest : public testing::Test {
     static void Setup(const char* fen) { SetupPosition(fen); }
     static void Play(std::string_view text) { PlayMove(MoveFromText(text)); }
 
-    /// What `action` prints.
     template <typename Action>
     static std::string Printed(Action&& action) {
-        std::fflush(stdout);
-        testing::internal::CaptureStdout();
-        action();
-        std::fflush(stdout);
-        return testing::internal::GetCapturedStdout();
+        return OutputOf(action);
     }
 
     static std::string TextOf(Move move) {

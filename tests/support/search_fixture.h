@@ -3,7 +3,6 @@
 
 #include "eval/evaluation.h"
 #include "frontend/game.h"
-#include "movegen/exchange.h"
 #include "movegen/search_records.h"
 #include "search/search.h"
 #include "support/engine_fixture.h"
@@ -65,7 +64,6 @@ class SearchTest : public EngineTest {
         Nodes = 0;
         PollCountdown = PollInterval;
         NoTablebaseProbe = 1;
-        const Colour us = thread_board.SideToMove;
-        PlyState[Ply].InCheck = SquareAttacked(ChangeSide(us), thread_board.KingSquare[us]);
+        PlyState[Ply].InCheck = InCheckNow();
     }
 };

@@ -10,21 +10,26 @@ struct TablebaseAnswer {
     std::string material;  // "KRvKP", the stronger side first
     std::string fen;
     int wdl;  // -2..2 for the side to move
+    int dtz;
 };
 
 /// The answers for one material, or for all; empty without the file.
-inline std::vector<TablebaseAnswer> TablebaseAnswers(const std::string& material = "") {
+inline std::vector<TablebaseAnswer> TablebaseAnswers(const std::string& material = "",
+                                                     const std::string& path = QUORVANTH_SHARED "/syzygy/answers.csv") {
     std::vector<TablebaseAnswer> answers;
-    std::ifstream file(QUORVANTH_SHARED "/syzygy/answers.csv");
+    std::ifstream file(path);
     for (std::string line; std::getline(file, line);) {
         std::istringstream fields(line);
         TablebaseAnswer answer;
         std::string wdl;
+        std::string dtz;
         std::getline(fields, answer.material, ';');
         std::getline(fields, answer.fen, ';');
         std::getline(fields, wdl, ';');
-        if ((material.empty() || answer.material == material) && !wdl.empty()) {
+        std::getline(fields, dtz, ';');
+        if ((material.empty() || answer.material == material) && !dtz.empty()) {
             answer.wdl = std::stoi(wdl);
+            answer.dtz = std::stoi(dtz);
             answers.push_back(answer);
         }
     }

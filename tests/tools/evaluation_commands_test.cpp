@@ -1,59 +1,67 @@
 #include "position/fen.h"
+#include "position/settings.h"
 #include "support/evaluation_tables.h"
+#include "support/files.h"
 #include "tools/diagnostics.h"
 #include "tools/epd_evaluation.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 namespace {
 
-/// A directory of the test's own to work in, because the output's name is fixed.
 class EvaluationCommands : public testing::Test {
   protected:
-    void SetUp() override {
-        ResetEvaluation();
-        home = std::filesystem::current_path();
-        const std::filesystem::path room =
-            std::filesystem::temp_directory_path() / ("quorvanth_epd_" + std::to_string(std::random_device{}()));
-        std::filesystem::create_directory(room);
-        std::filesystem::current_path(room);
-    }
-    void TearDown() override {
-        const std::filesystem::path room = std::filesystem::current_path();
-        std::filesystem::current_path(home);
-        std::filesystem::remove_all(room);
-    }
+    void SetUp() override { ResetEvaluation(); }
+    void TearDown() override { ResetEvaluation(); }
 
-    static std::string OutputOf(void (*command)()) {
-        testing::internal::CaptureStdout();
-        command();
-        return testing::internal::GetCapturedStdout();
-    }
-    static std::string ReadAll(const char* path) {
-        std::ostringstream text;
-        text << std::ifstream(path).rdbuf();
-        return text.str();
-    }
-
-    std::filesystem::path home;
+    const WorkingFolder folder;
 };
 
-TEST_F(EvaluationCommands, ShowEvaluationTellsTheIngredients) {
-    SetupFen("2r1k1nb/ppp5/8/8/8/8/PPP5/2Q1K3 b - - ");  // eleven points without a queen against nine
-    EngineSide = WHITE;
-    const std::string text = OutputOf(ShowEvaluation);
-    EXPECT_EQ(EngineSide, BLACK);
-    std::int32_t score = 0;
-    EvaluateFull(score);
-    const std::string material = std::to_string(thread_eval_info.material_score);
-    const std::string expected =
-        "current_phase = 171, black_phase = 171, white_phase = 171\n"
-        "Material[WHITE] = 1200 thread_board.Material[BLACK] = 1400 EvaluateMaterial() = " +
-        material + "\nENDING(WHITE) = 1 ENDING(BLACK) = 1\n";
-    EXPECT_EQ(text.find("Heuristic = " + std::to_string(score) + "\n"), 0u) << text;
-    EXPECT_NE(text.find(expected), std::string::npos) << text;
+TEST_F(EvaluationCommands, ShowEvaluationTellsEveryIngredientInItsOrder) {
+    std::fill_n(&ShelterScale[0][0][0], 30, 256);
+    for (int i = 0; i < 64; ++i) {
+        ShelterPenalty[i] = 1000 + i;
+        KingSquareShelter[i] = i;
+    }
+    // White's a-pawn and Black's h-pawn are passed.
+    const char* const fens[] = {"r1bq1rk1/2pp1ppp/2n2n2/8/8/2N2N1Q/PPP2P2/R1B2RK1 w - - ",
+                                "r1bq1rk1/2pp1ppp/2n2n2/8/8/2N2N1Q/PPP2P2/R1B2RK1 b - - "};
+    for (const char* fen : fens) {
+        SetupFen(fen);
+        const std::string text = OutputOf(ShowEvaluation);
+        const ThreadEvalInfo& info = thread_eval_info;
+        const Colour us = thread_board.SideToMove;
+        const Colour them = ChangeSide(us);
+        const int attack = DangerCurve[info.danger[us]] * ShelterFactor[info.shelter_penalty[them]] / 16;
+        const int threat = DangerCurve[info.danger[them]] * ShelterFactor[info.shelter_penalty[us]] / 16;
+        EXPECT_NE(attack, threat) << "a position that cannot tell the two apart";
+        EXPECT_NE(info.shelter_penalty[WHITE], 0);
+        const auto number = [](std::int64_t value) { return std::to_string(value); };
+        std::int32_t score = 0;
+        EvaluateFull(score);
+        const std::string expected =
+            "Heuristic = " + number(score) + "\nPassedVector[BLACK] = 00000001 PassedVector[WHITE] = 10000000\n" +
+            "current_phase = " + number(thread_board.current_phase) +
+            ", black_phase = " + number(thread_board.black_phase) +
+            ", white_phase = " + number(thread_board.white_phase) +
+            "\nMaterial[WHITE] = " + number(thread_board.Material[WHITE]) +
+            " thread_board.Material[BLACK] = " + number(thread_board.Material[BLACK]) +
+            " EvaluateMaterial() = " + number(info.material_score) +
+            "\nENDING(WHITE) = 0 ENDING(BLACK) = 0\n"
+            "thread_eval_info.shelter_penalty[BLACK] = " +
+            number(info.shelter_penalty[BLACK]) +
+            " thread_eval_info.shelter_penalty[WHITE] = " + number(info.shelter_penalty[WHITE]) +
+            "\nthread_eval_info.danger[BLACK] = " + number(info.danger[BLACK]) +
+            " thread_eval_info.danger[WHITE] = " + number(info.danger[WHITE]) +
+            "\nAttacks[ChangeSide(thread_board.SideToMove)] = " + number(attack) +
+            "\nAttacks[thread_board.SideToMove] = " + number(threat) +
+            "\nShelter[BLACK] = " + number(1000 + info.shelter_penalty[BLACK]) +
+            " Shelter[WHITE] = " + number(1000 + info.shelter_penalty[WHITE]) +
+            "\nDng = " + number(attack + 1000 + info.shelter_penalty[them]) + "\n";
+        EXPECT_EQ(text, expected);
+    }
 }
 
 TEST_F(EvaluationCommands, EpdLinesAreWrittenBackWithTheirScores) {
@@ -75,8 +83,7 @@ TEST_F(EvaluationCommands, EpdLinesAreWrittenBackWithTheirScores) {
 }
 
 TEST_F(EvaluationCommands, EpdFilesThatAreMissingOrOdd) {
-    const auto missing = [] { EpdEval("none.epd"); };
-    EXPECT_EQ(OutputOf(missing), "Error opening file none.epd...\n");
+    EXPECT_EQ(OutputOf([] { EpdEval("none.epd"); }), "Error opening file none.epd...\n");
     EXPECT_FALSE(std::filesystem::exists("out.epd"));
 
     // A long line is read in pieces of 255 characters; bytes that mean nothing are taken in good part.
@@ -92,8 +99,7 @@ TEST_F(EvaluationCommands, EpdFilesThatAreMissingOrOdd) {
 
     std::filesystem::remove("out.epd");
     std::filesystem::create_directory("out.epd");
-    const auto unwritable = [] { EpdEval("in.epd"); };
-    EXPECT_EQ(OutputOf(unwritable), "Error opening file out.epd...\n");
+    EXPECT_EQ(OutputOf([] { EpdEval("in.epd"); }), "Error opening file out.epd...\n");
 }
 
 }  // namespace
