@@ -1,0 +1,21 @@
+// One game of the engine against itself, in this process and by a fixed number of nodes a move.
+#pragma once
+
+#include <cstdint>
+#include <random>
+#include <string>
+
+#include "match/openings.h"
+
+struct SelfGameSettings {
+    std::int64_t nodes = 5000;  // a move; a search stops within a fiftieth of it
+    int random_plies = 0;       // legal moves chosen at random behind the opening, before the engine takes over
+};
+
+/// Prepares the process: tables, small hash tables, no output of the engine's own. Reads "values.txt" in the working
+/// directory if there is one. Once, before the first game; standard input and output must lead nowhere.
+void PrepareSelfPlay();
+
+/// Plays game `number` (from 0) and answers it as PGN, with the score of each searched move from White's view and its
+/// depth as a comment. The same arguments give the same game, whatever was played before. Changes thread_board.
+std::string PlaySelfGame(int number, const Opening& opening, const SelfGameSettings& settings, std::uint64_t seed);
