@@ -47,7 +47,7 @@ class UciEngine {
 
   private:
     static constexpr Milliseconds QUIT_TIME{2000};
-    static constexpr Milliseconds STOP_TIME{2000};
+    static constexpr Milliseconds STOP_TIME{10000};
 
     Answer Start();
     bool Send(std::string_view line) { return process_.Send(line, SteadyClock::now() + patience_); }

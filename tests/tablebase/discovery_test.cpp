@@ -198,4 +198,34 @@ TEST(DiscoveryDeathTest, EndsWhenABucketIsFull) {
     EXPECT_EXIT(fill(), testing::ExitedWithCode(1), "HSHMAX too low!\n");
 }
 
+/// Lists one empty file after the other until a limit ends the process; its line goes where the test looks for it.
+[[noreturn]] void ListWithoutEnd(const TableFolder& folder, const std::vector<std::string>& names) {
+    dup2(STDERR_FILENO, STDOUT_FILENO);
+    init_tablebases(folder.Path());
+    for (const std::string& name : names) {
+        folder.Write(name + ".rtbw");
+        AddTable(name.c_str());
+    }
+    std::_Exit(0);
+}
+
+// More tables than there are records, or than a bucket has slots, cannot come from the files of three to six men.
+TEST(Discovery, EndsTheProcessAtItsLimits) {
+    const TableFolder folder;
+    std::vector<std::string> pieces;
+    std::vector<std::string> pawns;
+    for (int queens = 1; queens <= 20; ++queens) {
+        for (int rooks = 1; rooks <= 20; ++rooks) {
+            std::string name = "K";
+            name.append(static_cast<std::size_t>(queens), 'Q').append(static_cast<std::size_t>(rooks), 'R');
+            pieces.push_back(name + "vK");
+            pawns.push_back(name + "PvK");
+        }
+    }
+    EXPECT_EXIT(ListWithoutEnd(folder, pieces), testing::ExitedWithCode(1), "TBMAX_PIECE limit too low!");
+    EXPECT_EXIT(ListWithoutEnd(folder, pawns), testing::ExitedWithCode(1), "TBMAX_PAWN limit too low!");
+    const std::vector<std::string> same(HSHMAX + 1, "KQvK");
+    EXPECT_EXIT(ListWithoutEnd(folder, same), testing::ExitedWithCode(1), "HSHMAX too low!");
+}
+
 }  // namespace
