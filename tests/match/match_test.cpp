@@ -8,10 +8,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <limits>
 #include <sstream>
+#include <thread>
 
 namespace {
 
@@ -237,9 +239,15 @@ TEST_F(MatchProgram, AnInterruptPrintsTheTableAndEndsEverybody) {
     for (const char* name : {"pid", "child"}) {
         const pid_t process = std::atoi(folder_.Read(name).c_str());
         ASSERT_GT(process, 0);
-        // Killed at once, but it is the system that takes an orphan away.
-        const std::string state = ReadAll("/proc/" + std::to_string(process) + "/stat");
-        EXPECT_TRUE(state.empty() || state.find(") Z") != std::string::npos) << state;
+        // Killed at once, but it is the system that ends it and takes an orphan away, in its own time.
+        const auto gone = [process] {
+            const std::string state = ReadAll("/proc/" + std::to_string(process) + "/stat");
+            return state.empty() || state.find(") Z") != std::string::npos;
+        };
+        for (int i = 0; i < 100 && !gone(); ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        }
+        EXPECT_TRUE(gone()) << name;
     }
 }
 
