@@ -232,6 +232,7 @@ bool StartWorkers(const Settings& settings, const std::vector<Opening>& openings
 bool CollectGames(std::vector<Channel>& channels, GameFile& file, Progress& progress) {
     while (!channels.empty()) {
         std::vector<pollfd> waits;
+        waits.reserve(channels.size());
         for (const Channel& channel : channels) {
             waits.push_back({channel.in, POLLIN, 0});
         }
