@@ -1,6 +1,5 @@
 #include "book/command_line.h"
-
-#include <charconv>
+#include "read_number.h"
 
 const std::string_view USAGE =
     "usage: quorvanth-book make BOOK SOURCE... [OPTION...]   makes the book file BOOK\n"
@@ -29,17 +28,6 @@ constexpr int MOST_PLIES = 100'000;
 constexpr std::int64_t MOST_GAMES = 1'000'000'000;
 constexpr int MOST_DEPTH = 30;
 constexpr int MOST_MARGIN = 10'000;
-
-template <typename Number>
-bool ReadNumber(std::string_view text, Number low, Number high, Number& value) {
-    Number number{};
-    const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (failure != std::errc{} || end != text.data() + text.size() || number < low || number > high) {
-        return false;
-    }
-    value = number;
-    return true;
-}
 
 enum class Reading { DONE, UNKNOWN_NAME, BAD_VALUE };
 

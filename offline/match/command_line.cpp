@@ -3,28 +3,17 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
+
+#include "read_number.h"
 
 namespace {
 
 constexpr int MAX_GAMES = 10'000'000;
 constexpr int MAX_CONCURRENCY = 512;
 constexpr double MAX_SECONDS = 1e6;
-
-template <typename Number>
-bool ReadNumber(std::string_view text, Number low, Number high, Number& value) {
-    Number number{};
-    const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), number);
-    // Written so that a NaN fails too.
-    if (failure != std::errc{} || end != text.data() + text.size() || !(number >= low && number <= high)) {
-        return false;
-    }
-    value = number;
-    return true;
-}
 
 bool ReadSeconds(std::string_view text, Milliseconds& value) {
     double seconds = 0;

@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <charconv>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
@@ -20,6 +19,7 @@
 #include <vector>
 
 #include "games/rules.h"
+#include "read_number.h"
 #include "selfplay/game_file.h"
 #include "selfplay/self_game.h"
 
@@ -46,12 +46,6 @@ struct Settings {
     std::uint64_t seed = 1;
     SelfGameSettings game;
 };
-
-template <typename Number>
-bool ReadNumber(std::string_view text, Number low, Number high, Number& value) {
-    const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), value);
-    return failure == std::errc{} && end == text.data() + text.size() && value >= low && value <= high;
-}
 
 bool ReadArguments(std::span<char*> arguments, Settings& settings) {
     for (std::size_t i = 0; i + 1 < arguments.size(); i += 2) {
