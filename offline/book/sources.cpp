@@ -3,7 +3,7 @@
 #include <limits>
 
 #include "book/lines.h"
-#include "book/progress.h"
+#include "progress.h"
 #include "games/pgn.h"
 #include "games/rules.h"
 #include "position/board.h"

@@ -5,7 +5,7 @@
 #include <map>
 
 #include "book/book.h"
-#include "book/progress.h"
+#include "progress.h"
 #include "frontend/game.h"
 #include "frontend/startup.h"
 #include "games/rules.h"

@@ -1,5 +1,7 @@
 #include "games/pgn.h"
 
+#include <charconv>
+#include <cmath>
 #include <optional>
 
 #include "games/rules.h"
@@ -28,6 +30,28 @@ std::optional<GameResult> ResultOf(std::string_view word) {
 
 }  // namespace
 
+std::optional<int> ScoreOfComment(std::string_view comment) {
+    constexpr double MATE = 100;  // pawns, and the most of any score
+    const bool negative = comment.starts_with('-');
+    if (negative || comment.starts_with('+')) {
+        comment.remove_prefix(1);
+    }
+    const bool mate = comment.starts_with('M') || comment.starts_with('#');
+    if (mate) {
+        comment.remove_prefix(1);
+    }
+    // What from_chars takes beside numbers, as "inf", does not begin with a digit.
+    if (comment.empty() || comment.front() < '0' || comment.front() > '9') {
+        return {};
+    }
+    double pawns = MATE;
+    if (!mate && std::from_chars(comment.data(), comment.data() + comment.size(), pawns).ec != std::errc{}) {
+        return {};
+    }
+    const auto centipawns = static_cast<int>(std::lround(100 * std::min(pawns, MATE)));
+    return negative ? -centipawns : centipawns;
+}
+
 PgnReader::PgnReader(std::string_view text) : text_(text) {
     if (text_.starts_with(BYTE_ORDER_MARK)) {
         text_.remove_prefix(BYTE_ORDER_MARK.size());
@@ -40,10 +64,12 @@ PgnStep PgnReader::Next(std::size_t plies, PgnGame& game, std::string& error) {
     }
     game.fen = START_FEN;
     game.moves.clear();
+    game.comments.clear();
     game.result = GameResult::UNKNOWN;
     bool readable = ReadTags(game, error);
     if (readable) {
         BeginGame(game.fen);
+        comments_ = &game.comments;
     }
     while (FindToken() && !AtTag()) {
         const std::string_view word = TakeWord();
@@ -53,6 +79,7 @@ PgnStep PgnReader::Next(std::size_t plies, PgnGame& game, std::string& error) {
         }
         // The rest of a bad game is passed over.
         if (!readable || game.moves.size() >= plies) {
+            comments_ = nullptr;
             continue;
         }
         const Move move = MoveFromSan(word);
@@ -64,8 +91,10 @@ PgnStep PgnReader::Next(std::size_t plies, PgnGame& game, std::string& error) {
             continue;
         }
         game.moves.push_back(move);
+        game.comments.emplace_back();
         PlayGameMove(move);
     }
+    comments_ = nullptr;
     return readable ? PgnStep::GAME : PgnStep::UNREADABLE;
 }
 
@@ -100,7 +129,7 @@ bool PgnReader::FindToken() {
         } else if (letter == ';' || (letter == '%' && (at_ == 0 || text_[at_ - 1] == '\n'))) {
             SkipTo('\n');
         } else if (letter == '{') {
-            SkipTo('}');
+            TakeComment();
         } else if (letter == '(') {
             SkipVariation();
         } else if (letter == '$' || letter == '!' || letter == '?' || letter == '.') {
@@ -176,6 +205,16 @@ void PgnReader::SkipTo(char last) {
         Advance();
     }
     Advance();
+}
+
+/// Keeps the first comment behind a move.
+void PgnReader::TakeComment() {
+    const std::size_t begin = at_ + 1;
+    SkipTo('}');
+    if (comments_ != nullptr && !comments_->empty() && comments_->back().data() == nullptr) {
+        const std::string_view taken = text_.substr(begin, at_ - begin);
+        comments_->back() = taken.substr(0, taken.find('}'));
+    }
 }
 
 /// "$12", "!?", "..."

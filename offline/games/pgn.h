@@ -3,6 +3,7 @@
 
 #include "position/types.h"
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -11,17 +12,21 @@
 enum class GameResult { UNKNOWN, WHITE_WINS, BLACK_WINS, DRAW };
 
 struct PgnGame {
-    std::string fen;          // six tidy fields
-    std::vector<Move> moves;  // played from there
+    std::string fen;                         // six tidy fields
+    std::vector<Move> moves;                 // played from there
+    std::vector<std::string_view> comments;  // the first behind each move, without its braces; empty for none
     GameResult result = GameResult::UNKNOWN;
 };
 
 enum class PgnStep { GAME, UNREADABLE, END };
 
-/// A walk over PGN text, game by game. Comments, variations, numeric marks and move numbers are passed over.
+/// The centipawns of a comment such as "+0.35/8"; mates are 100 pawns; nothing for what is no score.
+std::optional<int> ScoreOfComment(std::string_view comment);
+
+/// A walk over PGN text, game by game. Variations, numeric marks and move numbers are passed over.
 class PgnReader {
   public:
-    /// The text must outlive the reader.
+    /// The text must outlive the reader and the games' comments.
     explicit PgnReader(std::string_view text);
 
     /// Reads the next game: its moves up to `plies` half-moves, and its result, which stands behind the moves, or in
@@ -49,11 +54,13 @@ class PgnReader {
     std::string_view TakeWhile(Condition condition);
     void SkipBlanks();
     void SkipTo(char last);
+    void TakeComment();
     void SkipMark();
     void SkipVariation();
     bool SkipMoveNumber();
 
     std::string_view text_;
+    std::vector<std::string_view>* comments_ = nullptr;  // of the game whose moves are being read
     std::size_t at_ = 0;
     int line_ = 1;
     int error_line_ = 0;

@@ -7,11 +7,14 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "match/schedule.h"
+#include "match/uci_engine.h"
 #include "read_number.h"
 
 namespace {
 
-constexpr int MAX_GAMES = 10'000'000;
+constexpr int MAX_GAMES = 10'000'000;  // of all pairings together
+constexpr std::size_t MAX_ENGINES = 64;
 constexpr int MAX_CONCURRENCY = 512;
 constexpr double MAX_SECONDS = 1e6;
 
@@ -56,23 +59,49 @@ bool HasLimit(const Limits& limits) {
     return limits.clock || limits.nodes > 0 || limits.depth > 0;
 }
 
+bool SetSwitch(std::string_view value, bool& state) {
+    state = value == "on";
+    return value == "on" || value == "off";
+}
+
+/// Values separated by commas. Said twice of one option, the second list holds.
+bool SetVaried(EngineSettings& engine, std::string_view name, std::string_view list) {
+    VariedOption option{std::string(name), {}};
+    for (std::size_t comma = 0; comma != std::string_view::npos;) {
+        comma = list.find(',');
+        option.values.emplace_back(list.substr(0, comma));
+        list.remove_prefix(std::min(comma, list.size() - 1) + 1);
+        if (option.values.back().empty()) {
+            return false;
+        }
+    }
+    std::erase_if(engine.varied, [name](const VariedOption& other) { return other.name == name; });
+    engine.varied.push_back(std::move(option));
+    return !name.empty();
+}
+
 /// One `key=value` of -engine and -each.
 bool SetEngine(EngineSettings& engine, std::string_view key, std::string_view value) {
     if (key.starts_with("option.")) {
         engine.options.emplace_back(key.substr(7), value);
         return key.size() > 7;
     }
+    if (key.starts_with("vary.")) {
+        return SetVaried(engine, key.substr(5), value);
+    }
     if (key == "arg") {
         engine.arguments.emplace_back(value);
         return true;
     }
-    return key == "cmd"     ? SetText(value, engine.command)
-           : key == "dir"   ? SetText(value, engine.directory)
-           : key == "name"  ? SetText(value, engine.name)
-           : key == "tc"    ? ReadClock(value, engine.limits)
-           : key == "nodes" ? ReadNumber<std::int64_t>(value, 1, std::int64_t{1} << 60, engine.limits.nodes)
-           : key == "depth" ? ReadNumber(value, 1, 1000, engine.limits.depth)
-                            : false;
+    return key == "cmd"       ? SetText(value, engine.command)
+           : key == "dir"     ? SetText(value, engine.directory)
+           : key == "name"    ? SetText(value, engine.name)
+           : key == "ponder"  ? SetSwitch(value, engine.ponder)
+           : key == "restart" ? SetSwitch(value, engine.restart)
+           : key == "tc"      ? ReadClock(value, engine.limits)
+           : key == "nodes"   ? ReadNumber<std::int64_t>(value, 1, std::int64_t{1} << 60, engine.limits.nodes)
+           : key == "depth"   ? ReadNumber(value, 1, 1000, engine.limits.depth)
+                              : false;
 }
 
 bool SetOpenings(MatchSettings& settings, std::string_view key, std::string_view value) {
@@ -156,23 +185,38 @@ class Arguments {
     std::string& error_;
 };
 
-/// Both engines by their own words and those of -each, own words last: the last of two counts.
+/// The engines by their own words and those of -each, own words last: the last of two counts.
 struct EngineWords {
-    std::vector<std::pair<std::string_view, std::string_view>> own[2];
-    std::vector<std::pair<std::string_view, std::string_view>> each;
-    std::size_t engines = 0;
+    using Words = std::vector<std::pair<std::string_view, std::string_view>>;
+    std::vector<Words> own;
+    Words each;
 };
 
 bool ReadEngineOption(std::string_view option, Arguments& arguments, EngineWords& words) {
-    if (option == "-engine" && words.engines == 2) {
-        return arguments.Fail("a match has two engines, not more");
+    if (option == "-restart") {
+        return arguments.TakeValue(option, [&words](std::string_view value) {
+            words.each.emplace_back("restart", value);
+            bool ignored = false;
+            return SetSwitch(value, ignored);
+        });
     }
-    auto& list = option == "-each" ? words.each : words.own[words.engines++];
+    if (option == "-engine") {
+        if (words.own.size() == MAX_ENGINES) {
+            return arguments.Fail("there is no room for more than " + std::to_string(MAX_ENGINES) + " engines");
+        }
+        words.own.emplace_back();
+    }
+    auto& list = option == "-each" ? words.each : words.own.back();
     return arguments.TakePairs(option, [&list](std::string_view key, std::string_view value) {
         EngineSettings trial;
         list.emplace_back(key, value);
         return SetEngine(trial, key, value);
     });
+}
+
+bool SetTournament(std::string_view value, Tournament& tournament) {
+    tournament = value == "gauntlet" ? Tournament::GAUNTLET : Tournament::ROUND_ROBIN;
+    return value == "gauntlet" || value == "roundrobin";
 }
 
 bool ReadOption(std::string_view option, Arguments& arguments, MatchSettings& settings) {
@@ -191,6 +235,10 @@ bool ReadOption(std::string_view option, Arguments& arguments, MatchSettings& se
     }
     if (option == "-concurrency") {
         return number(1, MAX_CONCURRENCY, settings.concurrency);
+    }
+    if (option == "-tournament") {
+        return arguments.TakeValue(option,
+                                   [&](std::string_view given) { return SetTournament(given, settings.tournament); });
     }
     if (option == "-repeat" || option == "-norepeat") {
         settings.repeat = option == "-repeat";
@@ -267,13 +315,13 @@ bool FindProgram(EngineSettings& engine, std::string& error) {
 }
 
 bool CheckEngines(const EngineWords& words, MatchSettings& settings, std::string& error) {
-    if (words.engines != 2) {
+    if (words.own.size() < 2) {
         error = "a match needs two engines: -engine cmd=PROGRAM -engine cmd=PROGRAM";
         return false;
     }
-    for (std::size_t i = 0; i < 2; ++i) {
-        EngineSettings& engine = settings.engines[i];
-        for (const auto* list : {&words.each, &words.own[i]}) {
+    for (const EngineWords::Words& own : words.own) {
+        EngineSettings& engine = settings.engines.emplace_back();
+        for (const auto* list : {&words.each, &own}) {
             for (const auto& [key, value] : *list) {
                 SetEngine(engine, key, value);
             }
@@ -285,9 +333,30 @@ bool CheckEngines(const EngineWords& words, MatchSettings& settings, std::string
             error = "\"" + engine.name + "\" has no limit: tc=SECONDS+INCREMENT, nodes=N or depth=N";
             return false;
         }
+        if (VariedRound(engine) == 0) {
+            error = "the varied options of \"" + engine.name + "\" come round only after more than " +
+                    std::to_string(MAX_VARIED_ROUND) + " games";
+            return false;
+        }
+        const auto first = std::ranges::find(settings.engines, engine.name, &EngineSettings::name);
+        if (&*first != &engine) {
+            error = (words.own.size() == 2 ? "both" : "two") + std::string(" engines are called \"") + engine.name +
+                    "\": tell them apart with name=";
+            return false;
+        }
     }
-    if (settings.engines[0].name == settings.engines[1].name) {
-        error = "both engines are called \"" + settings.engines[0].name + "\": tell them apart with name=";
+    return true;
+}
+
+bool CheckTournament(const MatchSettings& settings, std::string& error) {
+    if (settings.sprt && settings.engines.size() > 2) {
+        error = "-sprt tests two engines, and here are " + std::to_string(settings.engines.size());
+        return false;
+    }
+    const std::size_t pairings = Pairings(settings.engines.size(), settings.tournament).size();
+    if (static_cast<std::size_t>(settings.games) > MAX_GAMES / pairings) {
+        error = "-games is too much: " + std::to_string(settings.games) + " games of each of " +
+                std::to_string(pairings) + " pairings";
         return false;
     }
     return true;
@@ -305,28 +374,34 @@ std::string SecondsText(Milliseconds time) {
 
 }  // namespace
 
-const std::string_view USAGE = R"(usage: quorvanth-match -engine WORDS -engine WORDS [-each WORDS] [OPTIONS]
+const std::string_view USAGE = R"(usage: quorvanth-match -engine WORDS -engine WORDS ... [-each WORDS] [OPTIONS]
 
-words of an engine, and of -each for both:
+words of an engine, and of -each for all:
   cmd=PROGRAM          path or name of a UCI engine
   name=NAME            in the table and the PGN; the program's own name if not given
   dir=DIRECTORY        where it runs
   arg=TEXT             an argument of its command line; may be repeated
   option.NAME=VALUE    a UCI option; may be repeated
+  vary.NAME=V1,V2,...  a UCI option that changes from game to game, in turn; may be repeated
+  ponder=on            it thinks in the opponent's time (off)
+  restart=on           it is ended by quit after every game, and started anew (off)
   tc=[MOVES/]SECONDS[+INCREMENT]   its clock, such as 5+0.05
   nodes=N, depth=N     a limit for every move, with a clock or without
 
 options:
-  -games N             (100)
+  -games N             (100); of each pairing, where there are more than two engines
+  -tournament roundrobin|gauntlet   everybody against everybody, or the first engine against each of the others, where
+                       there are more than two (roundrobin)
   -concurrency N       games side by side (1)
   -openings file=FILE [format=pgn|epd] [order=random|sequential] [plies=N]
   -repeat, -norepeat   each opening twice with colours swapped, or once (-repeat)
   -seed N              of the random order (1)
+  -restart on|off      restart=on for all engines (off)
   -pgn FILE            the games are appended to it
   -event TEXT          the PGN's Event tag
   -margin MS           milliseconds that a clock may be overstepped (10)
   -patience SECONDS    for every answer that no clock bounds; then the engine is killed (30)
-  -sprt [elo0=0] [elo1=5] [alpha=0.05] [beta=0.05]     stop when the test is decided
+  -sprt [elo0=0] [elo1=5] [alpha=0.05] [beta=0.05]     stop when the test is decided; two engines
   -draw [from=40] [moves=8] [score=10]                 adjudicate draws
   -resign [moves=3] [score=900]                        adjudicate wins
 )";
@@ -336,7 +411,7 @@ bool ReadCommandLine(std::span<const std::string_view> arguments, MatchSettings&
     EngineWords words;
     while (!walk.AtEnd()) {
         const std::string_view option = walk.Take();
-        const bool of_engine = option == "-engine" || option == "-each";
+        const bool of_engine = option == "-engine" || option == "-each" || option == "-restart";
         if (!(of_engine ? ReadEngineOption(option, walk, words) : ReadOption(option, walk, settings))) {
             return false;
         }
@@ -345,7 +420,7 @@ bool ReadCommandLine(std::span<const std::string_view> arguments, MatchSettings&
         error = "-sprt needs elo0 below elo1";
         return false;
     }
-    return CheckEngines(words, settings, error);
+    return CheckEngines(words, settings, error) && CheckTournament(settings, error);
 }
 
 std::string ClockText(const Limits& limits) {

@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <fstream>
 #ifdef __linux__
 #include <sys/prctl.h>
 #endif
@@ -20,6 +21,9 @@ constexpr std::size_t MAX_LINE = 1 << 16;
 
 constexpr int EXIT_NOT_RUN = 127;
 constexpr Milliseconds EXIT_POLL{2};
+
+/// More than a pipe holds. An engine that talks without pause must not hold up the game.
+constexpr int MAX_LATE_READS = 64;
 
 int StopDescriptor = -1;
 
@@ -36,19 +40,22 @@ int MillisecondsTo(TimePoint deadline) {
     return static_cast<int>(std::clamp<std::int64_t>(left, 0, 1'000'000'000));
 }
 
-enum class Wait { READY, TIMEOUT, STOPPED };
+enum class Wait { READY, TIMEOUT, STOPPED, OTHER };
 
-/// Waits until the descriptor can be read or written, or has failed.
-Wait WaitFor(int descriptor, short events, TimePoint deadline) {
+/// Waits until the descriptor can be read or written, or has failed, or until `other`, if not -1, can be read.
+Wait WaitFor(int descriptor, short events, TimePoint deadline, int other = -1) {
     for (;;) {
         // poll passes over a negative descriptor.
-        std::array<pollfd, 2> waits{{{descriptor, events, 0}, {StopDescriptor, POLLIN, 0}}};
+        std::array<pollfd, 3> waits{{{descriptor, events, 0}, {StopDescriptor, POLLIN, 0}, {other, POLLIN, 0}}};
         const int ready = poll(waits.data(), waits.size(), MillisecondsTo(deadline));
-        if (ready > 0) {
+        if (ready > 0 && (waits[0].revents != 0 || waits[1].revents != 0)) {
             return waits[1].revents != 0 ? Wait::STOPPED : Wait::READY;
         }
-        if (ready == 0 && SteadyClock::now() >= deadline) {
+        if (ready >= 0 && SteadyClock::now() >= deadline) {
             return Wait::TIMEOUT;
+        }
+        if (ready > 0) {
+            return Wait::OTHER;
         }
         if (ready < 0 && errno != EINTR) {
             return Wait::TIMEOUT;
@@ -167,12 +174,14 @@ bool EngineProcess::TakeLine(std::string& line) {
     return true;
 }
 
-ReadOutcome EngineProcess::ReadMore(TimePoint deadline) {
-    switch (WaitFor(from_engine_, POLLIN, deadline)) {
+ReadOutcome EngineProcess::ReadMore(TimePoint deadline, const EngineProcess* other) {
+    switch (WaitFor(from_engine_, POLLIN, deadline, other != nullptr ? other->from_engine_ : -1)) {
         case Wait::TIMEOUT:
             return ReadOutcome::TIMEOUT;
         case Wait::STOPPED:
             return ReadOutcome::STOPPED;
+        case Wait::OTHER:
+            return ReadOutcome::OTHER;
         case Wait::READY:
             break;
     }
@@ -185,10 +194,14 @@ ReadOutcome EngineProcess::ReadMore(TimePoint deadline) {
     return count < 0 && (errno == EINTR || errno == EAGAIN) ? ReadOutcome::LINE : ReadOutcome::CLOSED;
 }
 
-ReadOutcome EngineProcess::ReadLine(std::string& line, TimePoint deadline) {
-    while (!TakeLine(line)) {
-        if (const ReadOutcome outcome = ReadMore(deadline); outcome != ReadOutcome::LINE) {
+ReadOutcome EngineProcess::ReadLine(std::string& line, TimePoint deadline, const EngineProcess* other) {
+    for (int late_reads = 0; !TakeLine(line);) {
+        if (const ReadOutcome outcome = ReadMore(deadline, other); outcome != ReadOutcome::LINE) {
             return outcome;
+        }
+        // A line without end keeps the pipe full.
+        if (SteadyClock::now() > deadline && ++late_reads > MAX_LATE_READS) {
+            return ReadOutcome::TIMEOUT;
         }
     }
     return ReadOutcome::LINE;
@@ -197,8 +210,7 @@ ReadOutcome EngineProcess::ReadLine(std::string& line, TimePoint deadline) {
 void EngineProcess::ForgetOutput() {
     std::string line;
     const TimePoint now = SteadyClock::now();
-    // An engine that talks without pause must not hold up the game.
-    for (int reads = 0; reads < 64 && ReadMore(now) == ReadOutcome::LINE; ++reads) {
+    for (int reads = 0; reads < MAX_LATE_READS && ReadMore(now, nullptr) == ReadOutcome::LINE; ++reads) {
         while (TakeLine(line)) {
         }
     }
@@ -207,24 +219,36 @@ void EngineProcess::ForgetOutput() {
     }
 }
 
-void EngineProcess::Quit(TimePoint deadline) {
+QuitOutcome EngineProcess::Quit(TimePoint deadline) {
     if (!IsRunning()) {
-        return;
+        return QuitOutcome::EXITED;
     }
+    // Its input stays open: an engine that ends only where that ends has not understood.
     Send("quit", deadline);
-    CloseOnce(to_engine_);
-    while (waitpid(process_, nullptr, WNOHANG) == 0) {
-        if (SteadyClock::now() >= deadline) {
+    int status = 0;
+    while (waitpid(process_, &status, WNOHANG) == 0) {
+        pollfd stop{StopDescriptor, POLLIN, 0};
+        const bool stopped = poll(&stop, 1, static_cast<int>(EXIT_POLL.count())) > 0;
+        if (stopped || SteadyClock::now() >= deadline) {
             Kill();
-            return;
+            return stopped ? QuitOutcome::EXITED : QuitOutcome::KILLED;
         }
         ForgetOutput();
-        poll(nullptr, 0, static_cast<int>(EXIT_POLL.count()));
     }
     // Reaped already; only what it may have started itself is left to end.
     kill(-process_, SIGKILL);
     process_ = -1;
     Kill();
+    return WIFSIGNALED(status) ? QuitOutcome::CRASHED : QuitOutcome::EXITED;
+}
+
+std::int64_t EngineProcess::ResidentBytes() const {
+    std::int64_t size = 0;
+    std::int64_t resident = 0;  // both in pages
+    if (!IsRunning() || !(std::ifstream("/proc/" + std::to_string(process_) + "/statm") >> size >> resident)) {
+        return 0;
+    }
+    return resident * sysconf(_SC_PAGESIZE);
 }
 
 void EngineProcess::Kill() {

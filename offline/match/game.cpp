@@ -22,11 +22,12 @@ const std::array<std::string_view, REASONS> REASON_TEXT = {"checkmate",
                                                            "crash",
                                                            "illegal move",
                                                            "loss on time",
-                                                           "stall"};
+                                                           "stall",
+                                                           "answer while pondering"};
 
 const std::array<std::string_view, REASONS> TERMINATION_TAG = {
-    "normal",       "normal",    "normal",           "normal",       "normal",   "adjudication",
-    "adjudication", "abandoned", "rules infraction", "time forfeit", "abandoned"};
+    "normal",       "normal",    "normal",           "normal",       "normal",    "adjudication",
+    "adjudication", "abandoned", "rules infraction", "time forfeit", "abandoned", "rules infraction"};
 
 namespace {
 
@@ -158,6 +159,7 @@ class Game {
         while (!over_) {
             PlayHalfMove();
         }
+        StopPondering();
         if (!outcome_.stopped) {
             outcome_.pgn = ScoreSheet();
         }
@@ -190,6 +192,9 @@ class Game {
             case Answer::LATE:
                 Forfeit(side, Reason::TIME, "loses on time");
                 break;
+            case Answer::EARLY:
+                Forfeit(side, Reason::EARLY_ANSWER, "answers before it is told that its ponder move was played");
+                break;
             case Answer::STOPPED:
                 over_ = outcome_.stopped = true;
                 break;
@@ -207,8 +212,8 @@ class Game {
         return true;
     }
 
-    std::string GoCommand(Colour side) const {
-        std::string command = "go";
+    std::string GoCommand(Colour side, std::string_view kind = "go") const {
+        std::string command(kind);
         const auto add = [&command](std::string_view name, std::int64_t value) {
             command += ' ';
             command += name;
@@ -249,17 +254,69 @@ class Game {
 
     void Record(Move move, const std::string& comment) {
         char buffer[MOVE_BUFFER];
-        position_ += plies_ == 0 ? " moves " : " ";
+        position_ += moves_.empty() ? " moves " : " ";
         position_ += MoveToText(buffer, move);
         writer_.AddMove(GameMoveNumber(), thread_board.SideToMove == WHITE, MoveToSan(move), comment);
         PlayGameMove(move);
-        ++plies_;
+        moves_.push_back(move);
+    }
+
+    /// Whether the game would go on after the move. There is no way back in a game: it is played anew.
+    bool GoesOnAfter(Move move) const {
+        const auto replay = [this] {
+            BeginGame(opening_.fen);
+            for (const Move played : moves_) {
+                PlayGameMove(played);
+            }
+        };
+        PlayGameMove(move);
+        const bool goes_on = GameEnding() == Ending::NONE;
+        replay();
+        return goes_on;
+    }
+
+    /// Behind the move of `side`: lets it think on `expected`, the answer that it expects. A move that is not legal, or
+    /// that ends the game, leaves nothing to think about.
+    void StartPondering(Colour side, const std::string& expected) {
+        const Move move = FindMove(expected);
+        if (move != 0 && GoesOnAfter(move)) {
+            expected_[side] = move;
+            ++outcome_.ponders[side];
+            engines_[side]->StartPonder(position_ + " " + expected, GoCommand(side, "go ponder"));
+        }
+    }
+
+    /// The game is over; what happens now changes nothing in it.
+    void StopPondering() {
+        for (const Colour side : {WHITE, BLACK}) {
+            if (!outcome_.stopped && engines_[side]->IsPondering()) {
+                outcome_.afterwards[side] = engines_[side]->StopPonder();
+                outcome_.stopped = outcome_.afterwards[side] == Answer::STOPPED;
+            }
+        }
+    }
+
+    MoveAnswer AskMove(Colour side) {
+        UciEngine& engine = *engines_[side];
+        UciEngine* const opponent = engines_[ChangeSide(side)];
+        const std::optional<Milliseconds> time = clocks_[side].Allowance(match_.margin);
+        if (engine.IsPondering()) {
+            if (moves_.back() == expected_[side]) {
+                ++outcome_.ponder_hits[side];
+                return engine.PonderHit(time, opponent);
+            }
+            if (const Answer stopped = engine.StopPonder(); stopped != Answer::OK) {
+                MoveAnswer failed;
+                failed.answer = stopped;
+                return failed;
+            }
+        }
+        return engine.AskMove(position_, GoCommand(side), time, opponent);
     }
 
     void PlayHalfMove() {
         const Colour side = thread_board.SideToMove;
-        const MoveAnswer answer =
-            engines_[side]->AskMove(position_, GoCommand(side), clocks_[side].Allowance(match_.margin));
+        const MoveAnswer answer = AskMove(side);
         if (!Accept(side, answer.answer)) {
             if (answer.answer == Answer::LATE) {
                 last_words_ += ": " + SecondsText(answer.elapsed) + " of " + SecondsText(clocks_[side].Left());
@@ -275,6 +332,9 @@ class Game {
         Record(move, ThoughtText(answer));
         adjudicator_.Note(side, answer.score);
         JudgePosition(side);
+        if (!over_ && settings_[side]->ponder) {
+            StartPondering(side, answer.ponder);
+        }
     }
 
     void JudgePosition(Colour mover) {
@@ -320,12 +380,17 @@ class Game {
             writer_.AddTag("SetUp", "1");
             writer_.AddTag("FEN", opening_.fen);
         }
-        writer_.AddTag("PlyCount", std::to_string(plies_));
+        writer_.AddTag("PlyCount", std::to_string(moves_.size()));
         // The tag holds one control for both: "?" for two different ones, "-" for none.
         const std::string clock = ClockText(white);
         writer_.AddTag("TimeControl", clock != ClockText(black) ? "?" : clock.empty() ? "-" : clock);
         writer_.AddTag("WhiteLimits", LimitsText(white));
         writer_.AddTag("BlackLimits", LimitsText(black));
+        for (const auto& [side, tag] : {std::pair{WHITE, "WhiteOptions"}, std::pair{BLACK, "BlackOptions"}}) {
+            if (!settings_[side]->varied.empty()) {
+                writer_.AddTag(tag, VariedText(*settings_[side], engines_[side]->Phase()));
+            }
+        }
         writer_.AddTag("Termination", TERMINATION_TAG[static_cast<std::size_t>(outcome_.reason)]);
         return writer_.Finish(last_words_, result);
     }
@@ -340,7 +405,8 @@ class Game {
     PgnWriter writer_;
     std::string position_;
     std::string last_words_;
-    int plies_ = 0;
+    std::vector<Move> moves_;    // from the opening's position on
+    Move expected_[2] = {0, 0};  // by an engine that ponders
     bool over_ = false;
     GameOutcome outcome_;
 };

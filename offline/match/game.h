@@ -21,25 +21,24 @@ enum class Reason : std::int32_t {
     CRASH,
     ILLEGAL_MOVE,
     TIME,
-    STALL
+    STALL,
+    EARLY_ANSWER  // to a search that was to ponder
 };
-inline constexpr std::size_t REASONS = 11;
+inline constexpr std::size_t REASONS = 12;
 
 /// For tables; and the value of the PGN's Termination tag.
 extern const std::array<std::string_view, REASONS> REASON_TEXT;
 extern const std::array<std::string_view, REASONS> TERMINATION_TAG;
-
-/// Which engine, 0 or 1 in the order of the command line, has White in game `number`: they take turns, and so a pair
-/// of games with one opening has both.
-constexpr int WhiteEngine(int number) {
-    return number % 2;
-}
 
 struct GameOutcome {
     bool stopped = false;  // the match was called off; there is no result
     Result result = Result::DRAW;
     Reason reason = Reason::STALEMATE;
     bool failed_to_start = false;  // the loser's program gave no first answer
+    /// What each did when the game was over already and it was to stop pondering: OK, CRASHED, STALLED or EARLY.
+    std::array<Answer, 2> afterwards{Answer::OK, Answer::OK};
+    std::array<std::int32_t, 2> ponders{};      // by colour: searches in the opponent's time,
+    std::array<std::int32_t, 2> ponder_hits{};  // and how many of them on the move that came
     std::string pgn;
 };
 

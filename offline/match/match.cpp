@@ -8,12 +8,12 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <set>
 
 #include "games/rules.h"
 #include "match/command_line.h"
+#include "match/memory_log.h"
 #include "match/standing.h"
 #include "match/worker.h"
 
@@ -59,27 +59,15 @@ bool Complain(const std::string& text) {
     return false;
 }
 
-bool IsPgnName(const std::string& name) {
-    const std::string end = name.substr(name.size() - std::min<std::size_t>(name.size(), 4));
-    return end == ".pgn" || end == ".PGN";
-}
-
-bool ReadOpenings(const MatchSettings& match, Schedule& schedule) {
+bool MakeSchedule(const MatchSettings& match, Schedule& schedule) {
+    schedule.pairings = Pairings(match.engines.size(), match.tournament);
     if (match.openings.empty()) {
         schedule.openings = {{std::string(START_FEN), {}}};
         schedule.order = {0};
         return true;
     }
-    std::error_code ignored;
-    std::ifstream file(match.openings, std::ios::binary);
-    if (!file || std::filesystem::is_directory(match.openings, ignored)) {
-        return Complain("cannot read the openings file \"" + match.openings + "\"");
-    }
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
-    const bool pgn = match.opening_format == OpeningFormat::PGN ||
-                     (match.opening_format == OpeningFormat::BY_NAME && IsPgnName(match.openings));
     std::string error;
-    schedule.openings = pgn ? ReadPgnOpenings(text, match.opening_plies, error) : ReadEpdOpenings(text, error);
+    schedule.openings = ReadOpenings(match.openings, match.opening_plies, error, match.opening_format);
     if (schedule.openings.empty()) {
         return Complain("openings file \"" + match.openings + "\": " + error);
     }
@@ -88,6 +76,24 @@ bool ReadOpenings(const MatchSettings& match, Schedule& schedule) {
         std::ranges::sort(schedule.order);
     }
     return true;
+}
+
+/// What is played, in one line.
+std::string Announcement(const MatchSettings& match, const Schedule& schedule) {
+    const bool tournament = match.engines.size() > 2;
+    std::string text;
+    for (const EngineSettings& engine : match.engines) {
+        text += text.empty() ? "" : tournament ? ", " : " - ";
+        text += engine.name + " (" + LimitsText(engine.limits) + ")";
+    }
+    if (tournament) {
+        text.insert(0, match.tournament == Tournament::GAUNTLET ? "Gauntlet: " : "Round robin: ");
+        text += ", " + std::to_string(schedule.pairings.size()) + " pairings of";
+    } else {
+        text += ",";
+    }
+    return text + " " + std::to_string(match.games) + " games, " + std::to_string(schedule.openings.size()) +
+           " openings, seed " + std::to_string(match.seed) + "\n";
 }
 
 /// On a terminal one line that is written over; in a file a line a game.
@@ -114,10 +120,17 @@ class ProgressLine {
 class Match {
   public:
     Match(const MatchSettings& settings, const Schedule& schedule, std::ofstream& pgn, int interrupts)
-        : settings_(settings), schedule_(schedule), pgn_(pgn), interrupts_(interrupts), standing_(settings) {}
+        : settings_(settings),
+          schedule_(schedule),
+          pgn_(pgn),
+          interrupts_(interrupts),
+          standing_(settings, schedule),
+          memory_(settings),
+          games_(settings.games * static_cast<int>(schedule.pairings.size())),
+          failed_starts_(settings.engines.size(), 0) {}
 
     int Play() {
-        const int workers = std::min(settings_.concurrency, settings_.games);
+        const int workers = std::min(settings_.concurrency, games_);
         workers_.reserve(static_cast<std::size_t>(workers));
         for (int i = 0; i < workers; ++i) {
             workers_.emplace_back(settings_, schedule_, workers_);
@@ -141,7 +154,7 @@ class Match {
         return exit_code_;
     }
 
-    const Standing& Count() const { return standing_; }
+    std::string Table() const { return standing_.Table() + memory_.Text(); }
 
   private:
     void Stop(int exit_code) {
@@ -154,7 +167,7 @@ class Match {
         bool busy = false;
         bool alive = false;
         for (Worker& worker : workers_) {
-            if (worker.IsAlive() && worker.IsIdle() && next_game_ < settings_.games) {
+            if (worker.IsAlive() && worker.IsIdle() && next_game_ < games_) {
                 worker.Order(next_game_++);
             }
             alive |= worker.IsAlive();
@@ -181,24 +194,43 @@ class Match {
         }
         for (std::size_t i = 0; i < workers_.size() && !over_; ++i) {
             if (waits[i + 1].revents != 0) {
-                Hear(workers_[i]);
+                Hear(i);
             }
         }
     }
 
-    void Hear(Worker& worker) {
+    void Hear(std::size_t number) {
+        Worker& worker = workers_[number];
         const int game = worker.Game();
         if (const std::optional<Report> report = worker.TakeReport()) {
+            Tell(*report);
             Count(*report);
+            const auto engines = schedule_.EnginesOf(report->header.number);
+            for (const Colour side : {WHITE, BLACK}) {
+                const SideReport& told = report->header.sides[side];
+                memory_.Add(number, engines[side], told.phase, told.resident);
+            }
         } else if (!worker.IsAlive() && game >= 0) {
             Complain("the worker of round " + std::to_string(game + 1) + " has died; the round does not count");
         }
     }
 
+    /// What workers warn of, once each, and faults that no result shows.
+    void Tell(const Report& report) {
+        for (std::string_view rest = report.warnings; !rest.empty();) {
+            const std::string line(rest.substr(0, rest.find('\n') + 1));
+            rest.remove_prefix(line.size());
+            if (warnings_.insert(line).second) {
+                std::fputs(line.c_str(), stderr);
+            }
+        }
+        std::fputs(standing_.FaultLines(report.header).c_str(), stderr);
+    }
+
     void Count(const Report& report) {
         const ReportHeader& header = report.header;
-        standing_.Add(header.number, header.result, header.reason);
-        progress_.Show(standing_, standing_.GameLine(header.number, header.result, header.reason));
+        standing_.Add(header);
+        progress_.Show(standing_, standing_.GameLine(header));
         if (pgn_.is_open() && !(pgn_ << report.pgn << std::flush)) {
             Complain("cannot write the PGN file \"" + settings_.pgn + "\"");
             Stop(EXIT_FAILED);
@@ -210,10 +242,10 @@ class Match {
     }
 
     void CountFailedStarts(const ReportHeader& header) {
-        const int white = WhiteEngine(header.number);
-        const int loser = header.result == Result::WHITE_WINS ? 1 - white : white;
+        const auto engines = schedule_.EnginesOf(header.number);
+        const std::size_t loser = engines[header.result == Result::WHITE_WINS ? BLACK : WHITE];
         if (header.failed_to_start == 0) {
-            failed_starts_[0] = failed_starts_[1] = 0;
+            failed_starts_[engines[WHITE]] = failed_starts_[engines[BLACK]] = 0;
         } else if (++failed_starts_[loser] >= MAX_FAILED_STARTS) {
             Complain("\"" + settings_.engines[loser].name + "\" does not start; the match ends here");
             Stop(EXIT_FAILED);
@@ -225,10 +257,13 @@ class Match {
     std::ofstream& pgn_;
     int interrupts_;
     Standing standing_;
+    MemoryLog memory_;
     ProgressLine progress_;
     std::vector<Worker> workers_;
+    std::set<std::string> warnings_;
+    int games_;
     int next_game_ = 0;
-    int failed_starts_[2] = {0, 0};
+    std::vector<int> failed_starts_;
     bool over_ = false;
     int exit_code_ = EXIT_DONE;
 };
@@ -238,7 +273,7 @@ class Match {
 int PlayMatch(const MatchSettings& match) {
     InitializeRules();
     Schedule schedule;
-    if (!ReadOpenings(match, schedule)) {
+    if (!MakeSchedule(match, schedule)) {
         return EXIT_FAILED;
     }
     std::ofstream pgn;
@@ -254,14 +289,11 @@ int PlayMatch(const MatchSettings& match) {
         Complain("the system has no pipe");
         return EXIT_FAILED;
     }
-    std::printf("%s (%s) - %s (%s), %d games, %zu openings, seed %llu\n", match.engines[0].name.c_str(),
-                LimitsText(match.engines[0].limits).c_str(), match.engines[1].name.c_str(),
-                LimitsText(match.engines[1].limits).c_str(), match.games, schedule.openings.size(),
-                static_cast<unsigned long long>(match.seed));
+    std::fputs(Announcement(match, schedule).c_str(), stdout);
     std::fflush(stdout);
     Match games(match, schedule, pgn, interrupts);
     const int exit_code = games.Play();
-    std::fputs(games.Count().Table().c_str(), stdout);
+    std::fputs(games.Table().c_str(), stdout);
     std::fflush(stdout);
     return exit_code;
 }

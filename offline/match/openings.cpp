@@ -1,6 +1,10 @@
 #include "match/openings.h"
 
 #include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <numeric>
 #include <random>
 #include <utility>
@@ -19,6 +23,12 @@ bool EndsPlayable(std::string& error) {
     }
     error = "the game is over before it begins";
     return false;
+}
+
+bool IsPgnName(const std::string& path) {
+    std::string ending = std::filesystem::path(path).extension().string();
+    std::ranges::transform(ending, ending.begin(), [](unsigned char letter) { return std::tolower(letter); });
+    return ending == ".pgn";
 }
 
 }  // namespace
@@ -71,6 +81,18 @@ std::vector<Opening> ReadPgnOpenings(std::string_view text, int plies, std::stri
         error = "there is no game in it";
     }
     return openings;
+}
+
+std::vector<Opening> ReadOpenings(const std::string& path, int plies, std::string& error, OpeningFormat format) {
+    std::error_code ignored;
+    std::ifstream file(path, std::ios::binary);
+    if (!file || std::filesystem::is_directory(path, ignored)) {
+        error = "cannot be read";
+        return {};
+    }
+    const std::string text{std::istreambuf_iterator<char>(file), {}};
+    const bool pgn = format == OpeningFormat::PGN || (format == OpeningFormat::BY_NAME && IsPgnName(path));
+    return pgn ? ReadPgnOpenings(text, plies, error) : ReadEpdOpenings(text, error);
 }
 
 std::vector<std::size_t> ShuffledOrder(std::size_t count, std::uint64_t seed) {

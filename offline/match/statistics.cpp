@@ -7,9 +7,6 @@
 
 namespace {
 
-constexpr double ELO_SCALE = 400;
-constexpr double QUANTILE_95 = 1.959963984540054;  // of the normal distribution, two-sided
-
 /// Stands for a class that has not been seen: without it a one-sided run would have no scatter and no likelihood.
 constexpr double UNSEEN = 1e-3;
 
@@ -28,14 +25,6 @@ double TotalOf(Counts counts) {
 
 double ScoreOfClass(std::size_t index, std::size_t classes) {
     return static_cast<double>(index) / static_cast<double>(classes - 1);
-}
-
-double MeanOf(Counts counts) {
-    double sum = 0;
-    for (std::size_t i = 0; i < counts.size(); ++i) {
-        sum += static_cast<double>(counts[i]) * ScoreOfClass(i, counts.size());
-    }
-    return sum / TotalOf(counts);
 }
 
 double VarianceOf(Counts counts) {
@@ -82,6 +71,14 @@ double LikelihoodAtMean(const std::vector<double>& shares, double score) {
 
 }  // namespace
 
+double MeanOf(Counts counts) {
+    double sum = 0;
+    for (std::size_t i = 0; i < counts.size(); ++i) {
+        sum += static_cast<double>(counts[i]) * ScoreOfClass(i, counts.size());
+    }
+    return sum / TotalOf(counts);
+}
+
 double ScoreFromElo(double elo) {
     return 1 / (1 + std::pow(10, -elo / ELO_SCALE));
 }
@@ -96,15 +93,17 @@ double EloFromScore(double score) {
     return -ELO_SCALE * std::log10(1 / score - 1);
 }
 
+double DeviationOfScore(Counts games, Counts units) {
+    const double deviation = DeviationOfMean(units);
+    return deviation > 0 ? deviation : DeviationOfMean(games);  // the first few pairs are often all alike
+}
+
 Estimate EstimateElo(Counts games, Counts units) {
     if (TotalOf(games) == 0) {
         return {0, std::numeric_limits<double>::infinity(), 0.5};
     }
     const double mean = MeanOf(games);
-    double deviation = DeviationOfMean(units);
-    if (deviation == 0) {
-        deviation = DeviationOfMean(games);  // the first few pairs are often all alike
-    }
+    const double deviation = DeviationOfScore(games, units);
     if (deviation == 0) {
         // All alike: nothing bounds the error, and only the side that is ahead can be told.
         return {EloFromScore(mean), std::numeric_limits<double>::infinity(), mean > 0.5 ? 1.0 : mean < 0.5 ? 0.0 : 0.5};

@@ -13,6 +13,8 @@ using Counts = std::span<const std::int64_t>;
 /// The expected score at a difference of `elo`, and back; a score of 0 or 1 is minus or plus infinity.
 double ScoreFromElo(double elo);
 double EloFromScore(double score);
+inline constexpr double ELO_SCALE = 400;                  // for a factor of 10 in the chances
+inline constexpr double QUANTILE_95 = 1.959963984540054;  // of the normal distribution, two-sided
 
 struct Estimate {
     double elo;
@@ -22,6 +24,13 @@ struct Estimate {
 
 /// The difference by the mean of `games`, its error by the scatter of `units`, which are the games or the pairs.
 Estimate EstimateElo(Counts games, Counts units);
+
+/// The standard deviation of the mean of `games`, by the scatter of `units`, or of the games where the units, being
+/// few, have none; 0 when there is none either, or nothing at all.
+double DeviationOfScore(Counts games, Counts units);
+
+/// The mean of the classes, 0..1; there must be something counted.
+double MeanOf(Counts counts);
 
 struct SprtSettings {
     double elo0 = 0;

@@ -4,6 +4,7 @@
 #include <cctype>
 #include <charconv>
 #include <cstdlib>
+#include <numeric>
 
 namespace {
 
@@ -75,17 +76,41 @@ void ReadThinking(std::string_view line, MoveAnswer& answer) {
     answer.score = score;
 }
 
+int VariedRound(const EngineSettings& settings) {
+    std::int64_t round = 1;
+    for (const VariedOption& option : settings.varied) {
+        round = std::lcm(round, static_cast<std::int64_t>(option.values.size()));
+        if (round > MAX_VARIED_ROUND) {
+            return 0;
+        }
+    }
+    return static_cast<int>(round);
+}
+
+std::string VariedText(const EngineSettings& settings, int phase) {
+    std::string text;
+    for (const VariedOption& option : settings.varied) {
+        text += text.empty() ? "" : " ";
+        text += option.name;
+        text += '=';
+        text += option.values[static_cast<std::size_t>(phase) % option.values.size()];
+    }
+    return text;
+}
+
 Answer UciEngine::Failed(Answer answer) {
+    pondering_ = false;
     process_.Kill();
     return answer;
 }
 
-Answer UciEngine::Expect(std::string_view word) {
-    const TimePoint deadline = SteadyClock::now() + patience_;
+Answer UciEngine::Expect(std::string_view word, Milliseconds time) {
+    const TimePoint deadline = SteadyClock::now() + time;
     std::string line;
     for (;;) {
         switch (process_.ReadLine(line, deadline)) {
             case ReadOutcome::TIMEOUT:
+            case ReadOutcome::OTHER:
                 return Failed(Answer::STALLED);
             case ReadOutcome::CLOSED:
                 return Failed(Answer::CRASHED);
@@ -112,6 +137,16 @@ bool UciEngine::ListsOption(std::string_view name) const {
     return std::ranges::any_of(listed_options_, [name](const std::string& listed) { return EqualNames(listed, name); });
 }
 
+void UciEngine::NoteUnknown(const std::string& name) {
+    if (!ListsOption(name)) {
+        unknown_options_.push_back(name);
+    }
+}
+
+void UciEngine::SetOption(const std::string& name, const std::string& value) {
+    Send("setoption name " + name + (value.empty() ? "" : " value " + value));
+}
+
 Answer UciEngine::Start() {
     failed_to_start_ = true;
     listed_options_.clear();
@@ -120,17 +155,34 @@ Answer UciEngine::Start() {
         return Answer::CRASHED;
     }
     Send("uci");
-    if (const Answer answer = Expect("uciok"); answer != Answer::OK) {
+    if (const Answer answer = Expect("uciok", patience_); answer != Answer::OK) {
         return answer;
     }
+    if (settings_.ponder) {
+        // Whether it is listed does not matter: an engine that ponders is one that tells what move it expects.
+        SetOption("Ponder", "true");
+    }
     for (const auto& [name, value] : settings_.options) {
-        if (!ListsOption(name)) {
-            unknown_options_.push_back(name);
-        }
-        Send("setoption name " + name + (value.empty() ? "" : " value " + value));
+        NoteUnknown(name);
+        SetOption(name, value);
+    }
+    for (const VariedOption& option : settings_.varied) {
+        NoteUnknown(option.name);
     }
     failed_to_start_ = false;
     return Answer::OK;
+}
+
+Answer UciEngine::SetVariedOptions() {
+    phase_ = static_cast<int>(games_++ % std::max(VariedRound(settings_), 1));
+    if (settings_.varied.empty()) {
+        return Answer::OK;
+    }
+    for (const VariedOption& option : settings_.varied) {
+        SetOption(option.name, option.values[static_cast<std::size_t>(phase_) % option.values.size()]);
+    }
+    Send("isready");
+    return Expect("readyok", patience_);
 }
 
 Answer UciEngine::BeginGame() {
@@ -140,39 +192,118 @@ Answer UciEngine::BeginGame() {
             return answer;
         }
     }
+    if (const Answer answer = SetVariedOptions(); answer != Answer::OK) {
+        return answer;
+    }
     // A failed write shows in the answer that does not come.
     Send("ucinewgame");
     Send("isready");
-    return Expect("readyok");
+    return Expect("readyok", patience_);
 }
 
-MoveAnswer UciEngine::AskMove(const std::string& position, const std::string& go, std::optional<Milliseconds> time) {
+MoveAnswer UciEngine::AskMove(const std::string& position, const std::string& go, std::optional<Milliseconds> time,
+                              UciEngine* other) {
     MoveAnswer answer;
     process_.ForgetOutput();
     const bool told = Send(position);
     const TimePoint start = SteadyClock::now();
-    if (!told || !Send(go)) {
+    if (told && Send(go)) {
+        WaitForMove(answer, start, time, other);
+    } else {
         // Gone, or not reading: waiting for a word that no line holds tells which, at once in the first case.
-        answer.answer = Expect("\n");
-        return answer;
+        answer.answer = Expect("\n", patience_);
     }
+    return answer;
+}
+
+void UciEngine::StartPonder(const std::string& position, const std::string& go) {
+    process_.ForgetOutput();
+    pondered_ = {};
+    early_ = gone_ = false;
+    pondering_ = true;
+    if (Send(position)) {
+        Send(go);
+    }
+}
+
+/// Hears what it has said while pondering, without waiting. Somebody must, lest it blocks on a full pipe.
+void UciEngine::Overhear() {
+    std::string line;
+    const TimePoint now = SteadyClock::now();
+    for (int lines = 0; lines < MAX_LATE_LINES; ++lines) {
+        const ReadOutcome outcome = process_.ReadLine(line, now);
+        gone_ |= outcome == ReadOutcome::CLOSED;
+        if (outcome != ReadOutcome::LINE) {
+            return;
+        }
+        std::string_view rest = line;
+        early_ |= TakeWord(rest) == "bestmove";
+        ReadThinking(line, pondered_);
+    }
+}
+
+MoveAnswer UciEngine::PonderHit(std::optional<Milliseconds> time, UciEngine* other) {
+    Overhear();
+    pondering_ = false;
+    // It may find its move at once, and then has said before what it thinks of it.
+    MoveAnswer answer = pondered_;
+    const TimePoint start = SteadyClock::now();
+    if (early_) {
+        answer.answer = Answer::EARLY;
+    } else if (Send("ponderhit")) {
+        WaitForMove(answer, start, time, other);
+    } else {
+        answer.answer = Expect("\n", patience_);
+    }
+    return answer;
+}
+
+Answer UciEngine::StopPonder() {
+    Overhear();
+    pondering_ = false;
+    if (early_) {
+        return Answer::EARLY;
+    }
+    Send("stop");
+    return Expect("bestmove", std::min(STOP_TIME, patience_));
+}
+
+Answer UciEngine::Leave() {
+    switch (process_.Quit(SteadyClock::now() + patience_)) {
+        case QuitOutcome::EXITED:
+            break;
+        case QuitOutcome::CRASHED:
+            return Answer::CRASHED;
+        case QuitOutcome::KILLED:
+            return Answer::STALLED;
+    }
+    return Answer::OK;
+}
+
+void UciEngine::WaitForMove(MoveAnswer& answer, TimePoint start, std::optional<Milliseconds> time, UciEngine* other) {
     TimePoint deadline = start + (time ? *time : patience_);
     bool out_of_time = false;
     int late_lines = 0;  // read after the deadline
     std::string line;
     for (;;) {
-        const ReadOutcome outcome = process_.ReadLine(line, deadline);
+        UciEngine* const ponders = other != nullptr && other->pondering_ && !other->gone_ ? other : nullptr;
+        const ReadOutcome outcome =
+            process_.ReadLine(line, deadline, ponders != nullptr ? &ponders->process_ : nullptr);
         if (outcome == ReadOutcome::CLOSED || outcome == ReadOutcome::STOPPED) {
             answer.answer = Failed(outcome == ReadOutcome::CLOSED ? Answer::CRASHED : Answer::STOPPED);
-            return answer;
+            return;
+        }
+        if (outcome == ReadOutcome::OTHER && ponders != nullptr) {
+            ponders->Overhear();
         }
         if (outcome == ReadOutcome::LINE) {
             std::string_view rest = line;
             if (TakeWord(rest) == "bestmove") {
                 answer.move = TakeWord(rest);
+                answer.ponder = TakeWord(rest) == "ponder" ? TakeWord(rest) : "";
                 answer.elapsed = std::chrono::duration_cast<std::chrono::microseconds>(SteadyClock::now() - start);
                 answer.answer = time && answer.elapsed > *time ? Answer::LATE : Answer::OK;
-                return answer;
+                return;
             }
             ReadThinking(line, answer);
         }
@@ -180,7 +311,7 @@ MoveAnswer UciEngine::AskMove(const std::string& position, const std::string& go
         if (SteadyClock::now() > deadline && (outcome == ReadOutcome::TIMEOUT || ++late_lines > MAX_LATE_LINES)) {
             if (out_of_time || !time) {
                 answer.answer = Failed(Answer::STALLED);
-                return answer;
+                return;
             }
             out_of_time = true;
             late_lines = 0;

@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <deque>
 #include <utility>
 
 namespace {
@@ -46,41 +47,89 @@ bool ReadOrder(int descriptor, std::int32_t& number) {
     return count == sizeof number;
 }
 
-void WarnOfOptions(const EngineSettings& settings, const UciEngine& engine) {
-    for (const std::string& option : engine.UnknownOptions()) {
-        std::fprintf(stderr, "warning: \"%s\" lists no option \"%s\"\n", settings.name.c_str(), option.c_str());
+/// An engine and what its worker knows of it. It is started at its first game, and stays.
+struct Seat {
+    Seat(const EngineSettings& engine_settings, Milliseconds patience)
+        : settings(engine_settings), engine(engine_settings, patience) {}
+
+    const EngineSettings& settings;
+    UciEngine engine;
+    bool warned = false;
+};
+
+std::string WarningsOf(Seat& seat) {
+    std::string text;
+    if (!std::exchange(seat.warned, true)) {
+        for (const std::string& option : seat.engine.UnknownOptions()) {
+            text += "warning: \"" + seat.settings.name + "\" lists no option \"" + option + "\"\n";
+        }
     }
+    return text;
+}
+
+/// Notes how the engine stands behind a game, and ends it if it is to start anew for the next.
+SideReport Settle(Seat& seat, const GameOutcome& outcome, Colour colour) {
+    const Answer afterwards = outcome.afterwards[colour];
+    SideReport side{afterwards, seat.engine.Phase(), seat.engine.ResidentBytes(), outcome.ponders[colour],
+                    outcome.ponder_hits[colour]};
+    if (seat.settings.restart) {
+        const Answer left = seat.engine.Leave();
+        side.afterwards = afterwards == Answer::OK ? left : afterwards;
+    }
+    return side;
+}
+
+bool Tell(int reports, const ReportHeader& header, const std::string& pgn, const std::string& warnings) {
+    return WriteAll(reports, &header, sizeof header) && WriteAll(reports, pgn.data(), pgn.size()) &&
+           WriteAll(reports, warnings.data(), warnings.size());
 }
 
 /// The worker's whole life behind the fork.
-void Work(const MatchSettings& match, const Schedule& schedule, int orders, int reports, bool warns) {
+void Work(const MatchSettings& match, const Schedule& schedule, int orders, int reports) {
     WatchForStop(orders);
-    UciEngine engines[2] = {{match.engines[0], match.patience}, {match.engines[1], match.patience}};
+    std::deque<Seat> seats;  // which stay where they are
+    for (const EngineSettings& settings : match.engines) {
+        seats.emplace_back(settings, match.patience);
+    }
     std::int32_t number = 0;
     while (ReadOrder(orders, number)) {
-        const int white = WhiteEngine(number);
-        const GameOutcome outcome =
-            PlayGame(match, number, schedule.OpeningOf(number, match.repeat), {&engines[white], &engines[1 - white]},
-                     {&match.engines[white], &match.engines[1 - white]});
-        if (std::exchange(warns, false)) {
-            WarnOfOptions(match.engines[0], engines[0]);
-            WarnOfOptions(match.engines[1], engines[1]);
+        const auto places = schedule.EnginesOf(number);
+        Seat& white = seats[places[WHITE]];
+        Seat& black = seats[places[BLACK]];
+        std::array<UciEngine*, 2> engines{};
+        std::array<const EngineSettings*, 2> settings{};
+        for (const Colour side : {WHITE, BLACK}) {
+            engines[side] = &seats[places[side]].engine;
+            settings[side] = &seats[places[side]].settings;
         }
+        const GameOutcome outcome =
+            PlayGame(match, number, schedule.OpeningOf(number, match.repeat), engines, settings);
         if (outcome.stopped) {
             // No time for manners: the match is waiting.
-            engines[0].Kill();
-            engines[1].Kill();
+            for (Seat& seat : seats) {
+                seat.engine.Kill();
+            }
             return;
         }
-        const ReportHeader header{number, outcome.result, outcome.reason, outcome.failed_to_start ? 1 : 0,
-                                  static_cast<std::uint32_t>(outcome.pgn.size())};
-        if (!WriteAll(reports, &header, sizeof header) || !WriteAll(reports, outcome.pgn.data(), outcome.pgn.size())) {
+        const std::string warnings = WarningsOf(white) + WarningsOf(black);
+        ReportHeader header{number,
+                            outcome.result,
+                            outcome.reason,
+                            outcome.failed_to_start ? 1 : 0,
+                            static_cast<std::uint32_t>(outcome.pgn.size()),
+                            static_cast<std::uint32_t>(warnings.size()),
+                            {}};
+        for (const Colour side : {WHITE, BLACK}) {
+            header.sides[side] = Settle(seats[places[side]], outcome, side);
+        }
+        if (!Tell(reports, header, outcome.pgn, warnings)) {
             return;
         }
     }
     WatchForStop(-1);
-    engines[0].Quit();
-    engines[1].Quit();
+    for (Seat& seat : seats) {
+        seat.engine.Quit();
+    }
 }
 
 }  // namespace
@@ -104,7 +153,7 @@ Worker::Worker(const MatchSettings& match, const Schedule& schedule, const std::
         }
         close(orders[1]);
         close(reports[0]);
-        Work(match, schedule, orders[0], reports[1], siblings.empty());
+        Work(match, schedule, orders[0], reports[1]);
         _exit(0);
     }
     CloseOnce(orders[0]);
@@ -146,11 +195,14 @@ std::optional<Report> Worker::TakeReport() {
         return std::nullopt;
     }
     std::memcpy(&report.header, pending_.data(), sizeof report.header);
-    if (pending_.size() < sizeof report.header + report.header.pgn_size) {
+    const std::size_t warnings_at = sizeof report.header + report.header.pgn_size;
+    const std::size_t end = warnings_at + report.header.warnings_size;
+    if (pending_.size() < end) {
         return std::nullopt;
     }
     report.pgn = pending_.substr(sizeof report.header, report.header.pgn_size);
-    pending_.erase(0, sizeof report.header + report.header.pgn_size);
+    report.warnings = pending_.substr(warnings_at, report.header.warnings_size);
+    pending_.erase(0, end);
     game_ = -1;
     return report;
 }

@@ -2,13 +2,23 @@
 // own, a worker, with its two engines as children.
 //
 // Two pipes join a worker to the match: orders, each the number of a game; and reports, each a ReportHeader with the
-// game's PGN behind it. A worker whose orders close calls its game off, ends its engines and goes; this also holds when
-// the match has died.
+// game's PGN and then warnings behind it. A worker whose orders close calls its game off, ends its engines and goes;
+// this also holds when the match has died.
 #pragma once
 
 #include "match/game.h"
+#include "match/schedule.h"
 
 #include <sys/types.h>
+
+/// What is to be told of one engine behind a game.
+struct SideReport {
+    Answer afterwards;      // OK, CRASHED, STALLED or EARLY: its fault when the game was over
+    std::int32_t phase;     // in the round of its varied options
+    std::int64_t resident;  // bytes of memory, 0 for unknown
+    std::int32_t ponders;
+    std::int32_t ponder_hits;
+};
 
 struct ReportHeader {
     std::int32_t number;
@@ -16,21 +26,14 @@ struct ReportHeader {
     Reason reason;
     std::int32_t failed_to_start;
     std::uint32_t pgn_size;
+    std::uint32_t warnings_size;
+    SideReport sides[2];  // by colour
 };
 
 struct Report {
     ReportHeader header;
     std::string pgn;
-};
-
-/// What games the match has: the opening of each game.
-struct Schedule {
-    std::vector<Opening> openings;
-    std::vector<std::size_t> order;
-
-    const Opening& OpeningOf(int number, bool repeat) const {
-        return openings[order[static_cast<std::size_t>(repeat ? number / 2 : number) % order.size()]];
-    }
+    std::string warnings;  // whole lines; each worker tells them once
 };
 
 class Worker {

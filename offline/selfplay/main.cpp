@@ -11,8 +11,6 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <iterator>
 #include <span>
 #include <string>
 #include <string_view>
@@ -79,18 +77,6 @@ bool ReadArguments(std::span<char*> arguments, Settings& settings) {
         return false;
     }
     return true;
-}
-
-std::vector<Opening> ReadOpenings(const std::string& path, std::string& error) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        error = "cannot be read";
-        return {};
-    }
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
-    constexpr int ALL_PLIES = 1000;
-    return path.ends_with(".pgn") || path.ends_with(".txt") ? ReadPgnOpenings(text, ALL_PLIES, error)
-                                                            : ReadEpdOpenings(text, error);
 }
 
 bool WriteAll(int out, std::string_view bytes) {
@@ -265,7 +251,9 @@ int main(int count, char** values) {
     }
     InitializeRules();
     std::string error;
-    const std::vector<Opening> openings = ReadOpenings(settings.openings, error);
+    constexpr int ALL_PLIES = 1000;
+    const OpeningFormat format = settings.openings.ends_with(".txt") ? OpeningFormat::PGN : OpeningFormat::BY_NAME;
+    const std::vector<Opening> openings = ReadOpenings(settings.openings, ALL_PLIES, error, format);
     if (openings.empty()) {
         return Fail(settings.openings + ": " + error);
     }

@@ -63,11 +63,12 @@ bool IsSpace(char character) {
     return character == ' ' || (character >= '\t' && character <= '\r');
 }
 
-/// Takes the next line off `text`, without its end.
-std::string_view TakeLine(std::string_view& text) {
+/// Takes the next line off `text`, with its end if that is asked for.
+std::string_view TakeLine(std::string_view& text, bool with_end = false) {
     const std::size_t end = text.find('\n');
-    const std::string_view line = text.substr(0, end);
-    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    const std::size_t length = end == std::string_view::npos ? text.size() : end + 1;
+    const std::string_view line = text.substr(0, with_end ? length : end);
+    text.remove_prefix(length);
     return line;
 }
 
@@ -223,26 +224,215 @@ void AppendNumber(std::string& text, std::int64_t value) {
     text.append(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
 }
 
-/// Half tables as they lie on the board, anything else as eight a line.
+std::string Digits(std::int64_t value) {
+    std::string text;
+    AppendNumber(text, value);
+    return text;
+}
+
+bool IsAllZero(const std::vector<std::int64_t>& list) {
+    return std::ranges::all_of(list, [](std::int64_t value) { return value == 0; });
+}
+
+/// Written as the word.
+bool IsZeroStatement(const std::vector<std::int64_t>& list) {
+    return list.size() > ZERO_FROM && IsAllZero(list);
+}
+
+/// What stands behind the '=': half tables as they lie on the board, anything else as eight a line. A list of more
+/// than one line begins with a line's end.
+std::string NumberLines(const Parameter& parameter, const std::vector<std::int64_t>& list) {
+    std::string text;
+    const std::size_t row = parameter.layout == FileLayout::HALF ? 4 : 8;
+    for (std::size_t i = 0; i < list.size(); ++i) {
+        text += i % row == 0 && list.size() > row ? "\n    " : " ";
+        AppendNumber(text, list[i]);
+    }
+    return text;
+}
+
 void AppendStatement(std::string& text, const Parameter& parameter, const std::string& name,
                      const std::vector<std::int64_t>& list) {
-    const bool all_zero = std::ranges::all_of(list, [](std::int64_t value) { return value == 0; });
-    if (all_zero && parameter.store == ParameterStore::RESERVED) {
+    if (parameter.store == ParameterStore::RESERVED && IsAllZero(list)) {
         return;
     }
     text += name + " =";
-    if (all_zero && list.size() > ZERO_FROM) {
+    if (IsZeroStatement(list)) {
         text += ' ';
         text += ALL_ZERO;
     } else {
-        const std::size_t row = parameter.layout == FileLayout::HALF ? 4 : 8;
-        for (std::size_t i = 0; i < list.size(); ++i) {
-            text += i % row == 0 && list.size() > row ? "\n    " : " ";
-            AppendNumber(text, list[i]);
-        }
+        text += NumberLines(parameter, list);
     }
     text += '\n';
 }
+
+/// Puts new numbers into a named text that ReadNamedValues takes.
+class NamedUpdater {
+  public:
+    /// The text must outlive the updater.
+    NamedUpdater(std::string_view text, const FileValues& old_values, const FileValues& new_values)
+        : old_values_(old_values), new_values_(new_values), names_(Names()), statements_(names_.size()) {
+        for (std::size_t i = 0; i < names_.size(); ++i) {
+            statements_[i].changed = old_values_[i] != new_values_[i];
+            statements_[i].zeroed = IsZeroStatement(new_values_[i]);
+        }
+        std::size_t open = NOTHING;
+        while (!text.empty()) {
+            lines_.push_back(SplitLine(TakeLine(text, true), open));
+        }
+        for (const Line& line : lines_) {
+            Measure(line);
+        }
+        for (std::size_t i = 0; i < statements_.size(); ++i) {
+            if (statements_[i].in_columns) {
+                for (const std::int64_t value : new_values_[i]) {
+                    statements_[i].width = std::max(statements_[i].width, 1 + Digits(value).size());
+                }
+            }
+        }
+    }
+
+    std::string Text() {
+        std::string text;
+        for (const Line& line : lines_) {
+            Append(text, line);
+        }
+        for (std::size_t i = 0; i < statements_.size(); ++i) {
+            if (statements_[i].changed && !statements_[i].named) {  // reserved places that are no longer 0
+                text += text.empty() || text.ends_with('\n') ? "" : "\n";
+                AppendStatement(text, Parameters()[i], names_[i], new_values_[i]);
+            }
+        }
+        return text;
+    }
+
+  private:
+    static constexpr std::size_t NOTHING = static_cast<std::size_t>(-1);
+
+    struct Field {
+        std::string_view gap;  // the blanks before the word
+        std::string_view word;
+    };
+
+    struct Line {
+        std::string_view head;  // up to the '=', if there is one
+        std::vector<Field> fields;
+        std::string_view tail;  // blanks, comment, end of line
+        std::size_t statement;
+    };
+
+    struct Statement {
+        bool changed = false;
+        bool zeroed = false;      // the word will stand for the numbers
+        bool named = false;       // by the text
+        bool in_columns = false;  // numbers stand below each other, with more than one blank between some
+        std::size_t width = 0;    // of a column
+        std::size_t written = 0;  // values so far
+    };
+
+    Line SplitLine(std::string_view text, std::size_t& open) {
+        Line line{};
+        std::string_view code = text.substr(0, text.find_first_of("#\n"));
+        if (const std::size_t equals = code.find('='); equals != std::string_view::npos) {
+            line.head = code.substr(0, equals + 1);
+            std::string_view name = line.head.substr(0, equals);
+            open = static_cast<std::size_t>(std::ranges::find(names_, TakeWord(name)) - names_.begin());
+            statements_[open].named = true;
+            code.remove_prefix(equals + 1);
+        }
+        line.statement = open;
+        const char* end = text.data() + line.head.size();
+        for (std::string_view word = TakeWord(code); !word.empty(); word = TakeWord(code)) {
+            line.fields.push_back({{end, word.data()}, word});
+            end = word.data() + word.size();
+        }
+        line.tail = {end, text.data() + text.size()};
+        return line;
+    }
+
+    /// Columns keep their width unless a new number needs more. What stands left of a line's first number is its
+    /// indentation.
+    void Measure(const Line& line) {
+        if (line.statement == NOTHING || !statements_[line.statement].changed) {
+            return;
+        }
+        Statement& statement = statements_[line.statement];
+        for (std::size_t i = 1; i < line.fields.size(); ++i) {
+            const Field& field = line.fields[i];
+            statement.in_columns |= field.gap.size() > 1 && field.gap.find_first_not_of(' ') == std::string_view::npos;
+            statement.width = std::max(statement.width, field.gap.size() + field.word.size());
+        }
+    }
+
+    void Append(std::string& text, const Line& line) {
+        text += line.head;
+        if (line.statement == NOTHING || !statements_[line.statement].changed) {
+            for (const Field& field : line.fields) {
+                text += field.gap;
+                text += field.word;
+            }
+            text += line.tail;
+        } else if (statements_[line.statement].zeroed) {
+            AppendZeroed(text, line);
+        } else if (!line.fields.empty() && line.fields.front().word == ALL_ZERO) {
+            AppendLaidOut(text, line);
+        } else {
+            AppendNumbers(text, line);
+            text += line.tail;
+        }
+    }
+
+    void AppendNumbers(std::string& text, const Line& line) {
+        Statement& statement = statements_[line.statement];
+        for (std::size_t i = 0; i < line.fields.size(); ++i) {
+            const auto& [gap, word] = line.fields[i];
+            const std::int64_t value = new_values_[line.statement][statement.written];
+            const bool same = value == old_values_[line.statement][statement.written];
+            const std::string digits = same ? std::string(word) : Digits(value);
+            ++statement.written;
+            if (statement.in_columns && gap.find_first_not_of(' ') == std::string_view::npos) {
+                const std::size_t width = i == 0 ? gap.size() + word.size() : statement.width;
+                const std::size_t least = gap.empty() ? 0 : 1;
+                text.append(std::max(width, digits.size() + least) - digits.size(), ' ');
+            } else {
+                text += gap;
+            }
+            text += digits;
+        }
+    }
+
+    /// The word stands behind the '='. Lines that held numbers alone go.
+    void AppendZeroed(std::string& text, const Line& line) const {
+        if (!line.head.empty()) {
+            text += ' ';
+            text += ALL_ZERO;
+            text += line.tail;
+        } else if (line.fields.empty() || line.tail.find('#') != std::string_view::npos) {
+            text += line.fields.empty() ? "" : line.fields.front().gap;
+            text += line.fields.empty() ? line.tail : line.tail.substr(line.tail.find('#'));
+        }
+    }
+
+    /// The comment stays with the name, the numbers follow as in a fresh text.
+    void AppendLaidOut(std::string& text, const Line& line) const {
+        const std::string numbers = NumberLines(Parameters()[line.statement], new_values_[line.statement]);
+        if (numbers.front() == '\n') {
+            text += line.tail;
+            text += text.ends_with('\n') ? "" : "\n";
+            text += numbers.substr(1);
+            text += '\n';
+        } else {
+            text += numbers;
+            text += line.tail;
+        }
+    }
+
+    const FileValues& old_values_;
+    const FileValues& new_values_;
+    const std::vector<std::string> names_;
+    std::vector<Statement> statements_;
+    std::vector<Line> lines_;
+};
 
 }  // namespace
 
@@ -293,6 +483,15 @@ std::string NamedText(const FileValues& values) {
         AppendStatement(text, parameter, names[IndexOf(parameter)], values[IndexOf(parameter)]);
     }
     return text;
+}
+
+std::string UpdateNamedText(std::string_view old_text, const FileValues& values, std::string& updated) {
+    FileValues old_values;
+    if (std::string problem = ReadNamedValues(old_text, old_values); !problem.empty()) {
+        return problem;
+    }
+    updated = NamedUpdater(old_text, old_values, values).Text();
+    return {};
 }
 
 std::string PlainText(const FileValues& values) {

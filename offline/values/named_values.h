@@ -25,5 +25,10 @@ using FileValues = std::vector<std::vector<std::int64_t>>;
 std::string ReadNamedValues(std::string_view text, FileValues& values);
 std::string ReadPlainValues(std::string_view text, FileValues& values);
 
+/// `old_text`, a named text, with the numbers of `values`, which must have the shape that the readers give. Only
+/// numbers that differ change: comments, order and layout stay. Lists that are no longer "zero" are laid out as
+/// NamedText does it, long lists of which nothing but zeros is left become the word. Answers as the readers do.
+std::string UpdateNamedText(std::string_view old_text, const FileValues& values, std::string& updated);
+
 std::string NamedText(const FileValues& values);
 std::string PlainText(const FileValues& values);

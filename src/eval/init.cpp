@@ -9,24 +9,6 @@
 #include "eval/parameters.h"
 #include "eval/sigmoids.h"
 
-namespace {
-
-/// Each step reads what the steps before it have left.
-void BuildEvaluationTables(const MaterialStatistics& statistics) {
-    ValidateParameters();
-    BuildDerivedRows();
-    BuildPieceSquareSource();
-    BuildMaterialTable(statistics);
-    InitPawnEndgameSigmoid();
-    InitPressureSigmoid();
-    InitAttackHorrorSigmoid();
-    InitDefendHorrorSigmoid();
-    InitHorrorSigmoid();
-    PackParameters();
-}
-
-}  // namespace
-
 void InitOppositeBishops() {
     std::ranges::fill(OppositeBishopsMaterial, 256);
     std::ranges::fill(OppositeBishopsPosition, 256);
@@ -36,6 +18,16 @@ void InitKingZoneValue() {
     std::fill_n(KingZoneValue, 128, 1);
     std::fill_n(KingZoneValue + 128, 128, 0);
     std::fill_n(KingZoneValue + 256, 128, 4);
+}
+
+// Each step reads what the steps before it have left.
+void BuildEvaluationTables(const MaterialStatistics& statistics) {
+    ValidateParameters();
+    BuildDerivedRows();
+    BuildPieceSquareSource();
+    BuildMaterialTable(statistics);
+    BuildSigmoids();
+    PackParameters();
 }
 
 void InitEvaluation() {

@@ -77,14 +77,6 @@ class NumberReader {
     std::array<char, 1 << 16> buffer_;
 };
 
-void StoreInTable(const Parameter& parameter, int place, std::int32_t value) {
-    const int entry = EntryOfPlace(parameter, place);
-    parameter.values[entry] = value;
-    if (parameter.layout == FileLayout::MIRRORED || parameter.layout == FileLayout::HALF) {
-        parameter.values[entry ^ 7] = value;
-    }
-}
-
 void StoreMoveCount(std::vector<std::int64_t>& counts, int place, std::int64_t value) {
     if (counts.empty()) {
         counts.assign(MOVE_COUNT_VALUES, 0);
@@ -115,7 +107,7 @@ void ReadParameters(NumberReader& reader, EvaluationStatistics& statistics) {
         const auto word = static_cast<std::int32_t>(std::clamp<std::int64_t>(
             value, std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max()));
         if (parameter.store == ParameterStore::TABLE) {
-            StoreInTable(parameter, place, word);
+            StoreValue(parameter, place, word);
         } else if (parameter.store == ParameterStore::MOVE_COUNTS) {
             StoreMoveCount(statistics.move_counts, place, value);
         } else if (std::int32_t* statistic = StatisticOf(statistics, parameter, place)) {

@@ -299,6 +299,14 @@ int EntryOfPlace(const Parameter& parameter, int place) {
     }
 }
 
+void StoreValue(const Parameter& parameter, int place, std::int32_t value) {
+    const int entry = EntryOfPlace(parameter, place);
+    parameter.values[entry] = value;
+    if (parameter.layout == FileLayout::MIRRORED || parameter.layout == FileLayout::HALF) {
+        parameter.values[entry ^ 7] = value;
+    }
+}
+
 void AssignParameterDefaults() {
     for (const Parameter& parameter : ParameterList) {
         std::copy_n(parameter.defaults, parameter.entries, parameter.values);

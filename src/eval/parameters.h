@@ -94,6 +94,9 @@ std::span<const Parameter> Parameters();
 /// told in the order of the nested piece counts.
 int EntryOfPlace(const Parameter& parameter, int place);
 
+/// Puts the n-th value of the file into `values`, and into the mirror image's entry of half and mirrored tables.
+void StoreValue(const Parameter& parameter, int place, std::int32_t value);
+
 /// Calls `visit(parameter, place)` for every value of the file, in its order.
 template <typename Visit>
 void ForEachPlace(Visit&& visit) {

@@ -57,3 +57,11 @@ void InitDefendHorrorSigmoid() {
 void InitHorrorSigmoid() {
     BuildSigmoid(HorrorSigmoid, {HorrorAmplitude, HorrorSlope, 0}, 256);
 }
+
+void BuildSigmoids() {
+    InitPawnEndgameSigmoid();
+    InitPressureSigmoid();
+    InitAttackHorrorSigmoid();
+    InitDefendHorrorSigmoid();
+    InitHorrorSigmoid();
+}

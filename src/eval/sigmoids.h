@@ -36,3 +36,6 @@ void InitPressureSigmoid();
 void InitAttackHorrorSigmoid();
 void InitDefendHorrorSigmoid();
 void InitHorrorSigmoid();
+
+/// All five.
+void BuildSigmoids();

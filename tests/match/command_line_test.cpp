@@ -31,7 +31,9 @@ const std::string TWO = "-engine cmd=/bin/cat name=A -engine cmd=sh name=B ";
 TEST(MatchCommandLine, ReadsEverything) {
     const Read read = ReadLine(
         "-engine cmd=/bin/cat name=A dir=/ arg=-x arg= option.Hash=16 option.Path=a=b nodes=7 "
-        "-each tc=40/60+0.5 depth=9 option.Hash=8 -engine cmd=sh tc=5+0.05 -games 12 -concurrency 3 -norepeat -seed 99 "
+        "-each tc=40/60+0.5 depth=9 option.Hash=8 vary.X=1 ponder=on -restart on "
+        "-engine cmd=sh tc=5+0.05 vary.X=a,b,c ponder=off -tournament gauntlet -games 12 -concurrency 3 -norepeat "
+        "-seed 99 "
         "-margin 25 -patience 1.5 -pgn out.pgn -event Test -openings file=o.epd format=pgn order=sequential plies=6 "
         "-sprt elo0=-3.5 elo1=2 alpha=0.1 beta=0.2 -draw from=30 moves=4 score=5 -resign moves=2 score=500");
     ASSERT_TRUE(read.good) << read.error;
@@ -50,6 +52,10 @@ TEST(MatchCommandLine, ReadsEverything) {
     EXPECT_EQ(match.engines[1].limits.base, Milliseconds(5000));
     EXPECT_EQ(match.engines[1].limits.increment, Milliseconds(50));
     EXPECT_EQ(match.engines[1].limits.period, 0);
+    EXPECT_TRUE(first.ponder && first.restart && match.engines[1].restart && !match.engines[1].ponder);
+    ASSERT_EQ(match.engines[1].varied.size(), 1u);
+    EXPECT_EQ(match.engines[1].varied[0].values, (std::vector<std::string>{"a", "b", "c"}));
+    EXPECT_EQ(match.tournament, Tournament::GAUNTLET);
     EXPECT_EQ(match.games, 12);
     EXPECT_EQ(match.concurrency, 3);
     EXPECT_FALSE(match.repeat);
@@ -81,7 +87,15 @@ TEST(MatchCommandLine, MistakesAreNamed) {
         {"-engine cmd=sh name=A dir=/nowhere -engine cmd=sh -each nodes=1", "/nowhere"},
     };
     const std::pair<const char*, const char*> settings[] = {
-        {"-engine cmd=sh -each nodes=1", "two engines"},
+        {"-engine cmd=sh -each nodes=1 -sprt", "tests two engines"},
+        {"-engine cmd=sh name=B -each nodes=1", "two engines are called"},
+        {"-engine cmd=sh -each nodes=1 -games 4000000", "3 pairings"},
+        {"-each nodes=1 vary.X=1,,2", "vary.X=1,,2"},
+        {"-each nodes=1 vary.X=", "vary.X="},
+        {"-each nodes=1 vary.=1", "vary.=1"},
+        {"-each nodes=1 ponder=yes", "ponder=yes"},
+        {"-each nodes=1 -restart x", "-restart"},
+        {"-each nodes=1 -tournament swiss", "swiss"},
         {"", "no limit"},
         {"-each nodes", "nodes"},
         {"-each option.=1", "option."},

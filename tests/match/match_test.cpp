@@ -41,6 +41,18 @@ class MatchProgram : public testing::Test {
         return Path(name);
     }
 
+    /// Makes an engine of FakeEngine write down all that it is told, in the file `told` of the directory where it runs,
+    /// and do otherwise in one place.
+    void Bug(const std::string& name, const std::string& place, const std::string& otherwise) const {
+        std::string script = folder_.Read(name);
+        if (script.find(">>told") == std::string::npos) {
+            script.replace(script.find("do case"), 7, "do echo \"$line\" >>told; case");
+        }
+        script.replace(script.find(place), place.size(), otherwise);
+        Write(name, script);
+        chmod(Path(name).c_str(), 0755);
+    }
+
     /// An engine that moves its king's knight to and fro from the start position; `score` may name $n, the number of
     /// half-moves so far.
     std::string Dancer(const std::string& name, const std::string& score) const {
@@ -178,13 +190,8 @@ TEST_F(MatchProgram, EnginesThatNeverStartEndTheMatch) {
 }
 
 TEST_F(MatchProgram, OptionsReachTheEngineAndTyposAreTold) {
-    const std::string listener = FakeEngine("listener", "exit");
-    std::string script = ReadAll(listener);
-    // It writes down all that it is told, in the directory where it runs, and knows one option.
-    script.replace(script.find("do case"), 7, "do echo \"$line\" >>told; case");
-    script.replace(script.find("echo uciok"), 10, "echo option name Big Hash type spin; echo uciok");
-    Write("listener", script);
-    chmod(listener.c_str(), 0755);
+    FakeEngine("listener", "exit");
+    Bug("listener", "echo uciok", "echo option name Big Hash type spin; echo uciok");
     std::filesystem::create_directory(Path("home"));
     ASSERT_EQ(Run("-engine cmd=./listener dir=home 'option.big hash=5' option.Hsh=1 tc=2/3+0.5 -engine cmd=" +
                   FakeEngine("other", "exit") + " nodes=5 -games 1"),
@@ -195,6 +202,86 @@ TEST_F(MatchProgram, OptionsReachTheEngineAndTyposAreTold) {
               "position startpos\ngo wtime 3000 btime 3000 winc 500 binc 500 movestogo 2\n");
     EXPECT_NE(error_.find("lists no option \"Hsh\""), std::string::npos) << error_;
     EXPECT_EQ(error_.find("big hash"), std::string::npos) << error_;
+}
+
+TEST_F(MatchProgram, OptionsVaryAndProgramsStartAnew) {
+    const std::string other = FakeEngine("other", "echo bestmove e2e5");
+    FakeEngine("listener", "echo bestmove e2e5");
+    Bug("listener", "echo uciok", "echo option name Hash type spin; echo uciok");
+    const std::string arguments =
+        "-engine cmd=./listener vary.Hash=1,2 -engine cmd=" + other + " -each nodes=5 -games 3 -pgn games.pgn ";
+    ASSERT_EQ(Run(arguments), 0) << error_;
+    const std::string game = "ucinewgame\nisready\n";
+    const std::string as_white = game + "position startpos\ngo nodes 5\n";
+    const auto hash = [](const std::string& value) { return "setoption name Hash value " + value + "\nisready\n"; };
+    EXPECT_EQ(folder_.Read("told"),
+              "uci\n" + hash("1") + as_white + hash("2") + game + hash("1") + as_white + "quit\n");
+    EXPECT_EQ(CountOf(pgn_, "[WhiteOptions \"Hash=1\"]"), 2u) << pgn_;
+    EXPECT_EQ(CountOf(pgn_, "[BlackOptions \"Hash=2\"]"), 1u) << pgn_;
+    EXPECT_EQ(CountOf(error_, "lists no option"), 0u) << error_;
+    for (const char* line : {"Memory of listener with Hash=1: first game ",
+                             "Memory of listener with Hash=2: first game ", "Memory of other: first game "}) {
+        EXPECT_EQ(CountOf(out_, line), 1u) << out_;
+    }
+
+    std::filesystem::remove(Path("told"));
+    ASSERT_EQ(Run(arguments + "-restart on"), 0) << error_;
+    EXPECT_EQ(folder_.Read("told"), "uci\n" + hash("1") + as_white + "quit\nuci\n" + hash("2") + game + "quit\nuci\n" +
+                                        hash("1") + as_white + "quit\n");
+    Bug("listener", "quit) exit", "quit) ");
+    ASSERT_EQ(Run(arguments + "-restart on -patience 0.5"), 0) << error_;
+    EXPECT_EQ(FaultsOf("listener", WHITE), "0 2 0 2") << out_;
+    EXPECT_EQ(FaultsOf("listener", BLACK), "0 0 0 1") << out_;
+    EXPECT_EQ(CountOf(error_, ": listener after the game: stall\n"), 3u) << error_;
+}
+
+TEST_F(MatchProgram, PonderingIsHitMissedAndOver) {
+    // It expects what comes, then what does not, then what is not legal; and what it expects at last ends the game, or
+    // does not come before the game ends.
+    const std::string begin =
+        "uci\nsetoption name Ponder value true\nucinewgame\nisready\nposition startpos\n"
+        "go nodes 5\nposition startpos moves g1f3 g8f6\ngo ponder nodes 5\nponderhit\n"
+        "position startpos moves g1f3 g8f6 f3g1 a7a6\ngo ponder nodes 5\nstop\n"
+        "position startpos moves g1f3 g8f6 f3g1 f6g8\ngo nodes 5\n"
+        "position startpos moves g1f3 g8f6 f3g1 f6g8 g1f3 g8f6\ngo nodes 5\n";
+    const std::string end =
+        "position startpos moves g1f3 g8f6 f3g1 f6g8 g1f3 g8f6 f3g1 b8c6\ngo ponder nodes 5\nstop\n";
+    for (const auto& [last, told] : {std::pair{"f6g8", begin + "quit\n"}, std::pair{"b8c6", begin + end + "quit\n"}}) {
+        FakeEngine("thinker", "case $line in go\\ ponder*) ;; *) move;; esac",
+                   "move() { set -- $position; case $# in 2) echo bestmove g1f3 ponder g8f6;; "
+                   "5) echo bestmove f3g1 ponder a7a6;; 7) echo bestmove g1f3 ponder e2e4;; "
+                   "9) echo bestmove f3g1 ponder " +
+                       std::string(last) + ";; esac; }");
+        std::filesystem::remove(Path("told"));
+        Bug("thinker", "quit)", "ponderhit) move;; stop) echo bestmove a7a6;; quit)");
+        ASSERT_EQ(
+            Run("-engine cmd=./thinker ponder=on -engine cmd=" + Dancer("Dancer", "0") + " -each nodes=5 -games 1"), 0);
+        EXPECT_EQ(folder_.Read("told"), told);
+        EXPECT_NE(out_.find("Endings: threefold repetition 1\n"), std::string::npos) << out_;
+    }
+    EXPECT_NE(out_.find("Pondering of thinker: 3 searches, 1 on the move that came\n"), std::string::npos) << out_;
+
+    const std::string hasty = FakeEngine("hasty", "echo bestmove g1f3 ponder g8f6");
+    ASSERT_EQ(Run("-engine cmd=" + hasty + " ponder=on -engine cmd=" +
+                  FakeEngine("Slow", "sleep 1; echo bestmove g8f6") + " -each nodes=5 -games 1"),
+              0);
+    EXPECT_EQ(FaultsOf("hasty", WHITE), "0 1 0 0") << out_;
+    EXPECT_NE(error_.find("hasty - Slow 0-1, answer while pondering"), std::string::npos) << error_;
+}
+
+TEST_F(MatchProgram, ThreeEnginesOneOfThemPonders) {
+    ASSERT_EQ(Run("-engine " + ENGINE + "name=A ponder=on tc=0.3+0.01 -engine " + ENGINE +
+                  "name=B nodes=2000 -engine " + ENGINE +
+                  "name=C nodes=300 -games 1 -tournament gauntlet "
+                  "-concurrency 2 -margin 20000 -pgn games.pgn"),
+              0)
+        << error_;
+    EXPECT_EQ(CountOf(pgn_, "[Termination \"normal\"]"), 2u) << out_;
+    EXPECT_EQ(CountOf(out_, "A - B: +") + CountOf(out_, "A - C: +"), 2u) << out_;
+    EXPECT_EQ(CountOf(out_, "B - C: +"), 0u) << out_;
+    const std::size_t line = out_.find("Pondering of A: ");
+    ASSERT_NE(line, std::string::npos) << out_;
+    EXPECT_EQ(out_.find(", 0 on the move", line), std::string::npos) << out_;
 }
 
 TEST_F(MatchProgram, TheTestStopsTheMatch) {

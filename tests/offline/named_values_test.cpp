@@ -4,6 +4,7 @@
 #include "eval/parameter_file.h"
 #include "eval/parameters.h"
 #include "support/files.h"
+#include "values/store_values.h"
 
 #include <gtest/gtest.h>
 
@@ -144,6 +145,86 @@ TEST(NamedValues, FaultyPlainTextIsToldWithItsLine) {
               "line " + std::to_string(std::stoi(lines) - 1) + ": the text ends within QueenSafeMobilityEnd");
     EXPECT_EQ(ReadPlainValues(text + "\n0", read),
               "line " + std::to_string(std::stoi(lines) + 2) + ": there are values after the last one");
+}
+
+/// Whatever changes, words for zeros and reserved places among it, is read back as it was given; what does not change
+/// keeps every byte.
+TEST(NamedValues, UpdatedTextHasTheNewNumbers) {
+    for (unsigned seed = 1; seed <= 3; ++seed) {
+        const FileValues old_values = RandomValues(seed);
+        const FileValues new_values = RandomValues(seed + 20);
+        const std::string text = NamedText(old_values);
+        std::string updated;
+        FileValues read;
+        ASSERT_EQ(UpdateNamedText(text, new_values, updated), "");
+        ASSERT_EQ(ReadNamedValues(updated, read), "");
+        EXPECT_EQ(read, new_values);
+        ASSERT_EQ(UpdateNamedText(text, old_values, updated), "");
+        EXPECT_TRUE(updated == text);
+    }
+    std::string updated;
+    EXPECT_EQ(UpdateNamedText("Nonsense = 7", RandomValues(1), updated), "line 1: unknown name \"Nonsense\"");
+}
+
+TEST(NamedValues, UpdatedTextKeepsItsLayout) {
+    const std::string three_lines = "  0 0 0 0\n  0 0 0 0 # half\n0 0 0 0 0 0 0 0\n";
+    const struct {
+        std::string name, before, after;
+    } statements[] = {
+        {"PawnCorner", " = 1 2\t3 # one\r\n# two\n  4 5 6 7 8\n", " = 1 -20\t3 # one\r\n# two\n  4 5 6 7 80\n"},
+        {"MaterialScale",
+         " =  # columns\n     0  10   5   7  # a\n    64  64  64  64\n\n     1   2   3   4\n 5   6 7 8\n",
+         " =  # columns\n   100   10    5    7  # a\n    64   64   -8   64\n\n     1    2    3 1000\n 5    6    7    "
+         "8\n"},
+        {"PawnRunBase", "=0# run = 7\n", "=-12# run = 7\n"},
+        {"TempoBonus", " = zero  # short\n", " = 1 2 3 4 5 6 7 8  # short\n"},
+        {"KnightOutpostOpen", " = zero # long\n",
+         " = # long\n    0 0 0 0\n    0 0 0 0\n    0 0 0 0\n    0 0 0 0\n    0 0 0 0\n    0 0 0 0\n    0 0 0 0\n    0 "
+         "0 0 9\n"},
+        {"KnightOutpostEnd", " = 1 0 0 0  # first\n" + three_lines + "# between\n" + "0 0 0 0 0 0 0 0 0 0 0 0\n",
+         " = zero  # first\n  # half\n# between\n"},
+    };
+    std::string before = "# All of them\n";
+    std::string after = before;
+    for (const Parameter& parameter : Parameters()) {
+        const auto* statement = std::ranges::find(statements, parameter.name, [](const auto& s) { return s.name; });
+        const std::string name = parameter.store == ParameterStore::IMBALANCE     ? "ImbalanceStats"
+                                 : parameter.store == ParameterStore::ARMY        ? "ArmyStats"
+                                 : parameter.store == ParameterStore::MOVE_COUNTS ? "MoveCounts"
+                                                                                  : std::string(parameter.name);
+        if (parameter.store != ParameterStore::RESERVED) {
+            const bool listed = statement != std::end(statements);
+            before += name + (listed ? statement->before : " = zero\n");
+            after += name + (listed ? statement->after : " = zero\n");
+        }
+    }
+    FileValues values;
+    std::string updated;
+    ASSERT_EQ(ReadNamedValues(after, values), "");
+    ASSERT_EQ(UpdateNamedText(before, values, updated), "");
+    EXPECT_EQ(updated, after);
+}
+
+/// Stored values are those that the engine would have read: every entry, copies on the other wing among them.
+TEST(NamedValues, StoredValuesAreThoseOfThePlainFile) {
+    const FileValues values = RandomValues(5);
+    const WorkingFolder folder;
+    folder.Write("values.txt", PlainText(values));
+    const auto everything = [&folder](const auto& fill) {
+        AssignParameterDefaults();
+        EvaluationStatistics statistics;
+        OutputOf([&] { statistics = fill(); });  // negative counts are complained of
+        EXPECT_TRUE(WriteParameterFile("written", statistics));
+        std::vector<std::int32_t> entries;
+        for (const Parameter& parameter : Parameters()) {
+            entries.insert(entries.end(), parameter.values, parameter.values + parameter.entries);
+        }
+        return std::pair(entries, folder.Read("written"));
+    };
+    const auto read = everything([] { return LoadParameterFile(); });
+    const auto stored = everything([&] { return StoreFileValues(values); });
+    EXPECT_TRUE(stored.first == read.first);
+    EXPECT_TRUE(stored.second == read.second);
 }
 
 /// What ships is what its named file says.

@@ -1,4 +1,4 @@
-#include "book/progress.h"
+#include "progress.h"
 
 #include <unistd.h>
 

@@ -1,4 +1,4 @@
-// What the maker says on standard error while it works.
+// What a program says on standard error while it works.
 #pragma once
 
 #include <chrono>
