@@ -8,6 +8,7 @@
 #include "book/book_format.h"
 #include "book/book_keys.h"
 #include "engine.h"
+#include "platform/bytes.h"
 #include "position/board.h"
 #include "position/fen.h"
 #include "position/move_text.h"

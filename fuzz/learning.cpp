@@ -5,9 +5,9 @@
 // first records are told as differences from those positions' keys, which no fuzzer would guess.
 
 #include "book/learning.h"
-#include "book/book_format.h"
 #include "book/learning_file.h"
 #include "engine.h"
+#include "platform/bytes.h"
 #include "position/board.h"
 #include "position/fen.h"
 

@@ -1,12 +1,15 @@
-// The parameter file. An input is a place in the file and a text that stands there; before and behind it the file is
-// the one that the engine ships with, so that every parameter can be reached.
+// The parameter file. An input is a list of places in the file and texts that stand there; around them the file is the
+// one that the engine ships with, so that every parameter can be reached. A place is a line's number in three bytes,
+// its text goes to the next byte of 0. There may be many, because building the tables anew takes most of the time.
 
 #include "engine.h"
 #include "eval/evaluation.h"
 #include "eval/init.h"
 #include "position/fen.h"
 
+#include <algorithm>
 #include <fstream>
+#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -34,19 +37,32 @@ struct Shipped {
 
 constexpr std::size_t PLACE_BYTES = 3;
 
+/// What stands where, by the offset in the file.
+std::multimap<std::size_t, std::string_view> Insertions(std::string_view input, const std::vector<std::size_t>& lines) {
+    std::multimap<std::size_t, std::string_view> insertions;
+    while (input.size() >= PLACE_BYTES) {
+        const auto byte = [input](std::size_t i) { return std::size_t{static_cast<unsigned char>(input[i])}; };
+        const std::size_t number = byte(0) | byte(1) << 8 | byte(2) << 16;
+        input.remove_prefix(PLACE_BYTES);
+        const std::string_view text = input.substr(0, input.find('\0'));
+        insertions.emplace(lines[number % lines.size()], text);
+        input.remove_prefix(std::min(text.size() + 1, input.size()));
+    }
+    return insertions;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const Shipped shipped;
-    if (size < PLACE_BYTES) {
-        return 0;
-    }
     ResetEngine();
-    const std::size_t number = data[0] | std::size_t{data[1]} << 8 | std::size_t{data[2]} << 16;
-    const std::size_t place = shipped.lines[number % shipped.lines.size()];
-    const std::string_view text(shipped.text);
-    WriteInput("values.txt",
-               {text.substr(0, place), AsText(data + PLACE_BYTES, size - PLACE_BYTES), text.substr(place)});
+    std::string file;
+    std::size_t end = 0;
+    for (const auto& [place, text] : Insertions(AsText(data, size), shipped.lines)) {
+        file.append(shipped.text, end, place - end).append(text);
+        end = place;
+    }
+    WriteInput("values.txt", {file.append(shipped.text, end)});
     InitEvaluation();
     for (const std::string_view fen : positions) {
         SetupFen(fen);

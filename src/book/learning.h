@@ -11,9 +11,9 @@
 #include <cstdint>
 #include <string>
 
-/// Opens the file for reading and writing, and creates it with empty buckets when it is missing. A file that cannot be
-/// opened, or is of another kind, is left as it is, and one line on standard output says so: lookups then find nothing
-/// and nothing is written.
+/// Opens the file for reading and writing, and creates it with empty buckets when it is missing or its making has been
+/// broken off. A file that cannot be opened, or is of another kind, is left as it is, and one line on standard output
+/// says so: lookups then find nothing and nothing is written.
 void OpenLearningFile(const std::string& name);
 
 /// Nothing happens when no file is open.

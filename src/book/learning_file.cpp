@@ -83,18 +83,22 @@ bool IsWhole(const LearningRecord& record, std::uint32_t bucket) {
     return BucketOf(record.key1) == bucket && record.score >= -MATE_SCORE && record.score <= MATE_SCORE;
 }
 
-File CreateFile(const std::string& name) {
-    File file(std::fopen(name.c_str(), "w+bx"));  // x: never over a file that another process has just made
-    if (file == nullptr) {
-        return file;
+/// Writes what `file` lacks to be one without records, if it holds the beginning of one and no more: it is new, or a
+/// process has ended while making it.
+void FinishEmptyFile(std::FILE* file) {
+    const long length = FileLength(file);
+    if (length < 0 || length >= static_cast<long>(LEARNING_RECORDS)) {
+        return;
     }
-    std::vector<std::uint8_t> bytes(LEARNING_RECORDS, 0);
-    std::ranges::copy(LEARNING_MAGIC, bytes.begin());
-    if (std::fwrite(bytes.data(), 1, bytes.size(), file.get()) != bytes.size() || std::fflush(file.get()) != 0) {
-        file.reset();
-        std::remove(name.c_str());  // half a file would never be used
+    std::vector<std::uint8_t> empty(LEARNING_RECORDS, 0);
+    std::ranges::copy(LEARNING_MAGIC, empty.begin());
+    const auto there = static_cast<std::size_t>(length);
+    std::vector<std::uint8_t> bytes(there);
+    if (std::fseek(file, 0, SEEK_SET) == 0 && std::fread(bytes.data(), 1, there, file) == there &&
+        std::ranges::equal(bytes, std::span(empty).first(there)) && std::fseek(file, length, SEEK_SET) == 0) {
+        std::fwrite(empty.data() + there, 1, empty.size() - there, file);
+        std::fflush(file);
     }
-    return file;
 }
 
 // The length is asked first: a pipe has none, and reading one could wait for ever.
@@ -116,12 +120,13 @@ void OpenLearningFile(const std::string& name) {
     CloseLearningFile();
     File file(std::fopen(name.c_str(), "r+b"));
     if (file == nullptr && errno == ENOENT) {
-        file = CreateFile(name);
+        file.reset(std::fopen(name.c_str(), "w+bx"));  // x: never over a file that another process has just made
     }
     if (file == nullptr) {
         Report(name, "cannot be opened; it is not used");
         return;
     }
+    FinishEmptyFile(file.get());
     if (!IsLearningFile(file.get())) {
         Report(name, "is of another kind or cut short; it is not used");
         return;

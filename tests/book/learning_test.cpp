@@ -174,11 +174,17 @@ TEST_F(Learning, DamageStaysWhereItIs) {
     }
     std::string other = good;
     other[22] = 'E';
-    for (const std::string& each : {std::string(), good.substr(0, EMPTY_SIZE - 1), other}) {
+    for (const std::string& each : {good.substr(0, EMPTY_SIZE - 1), other, other.substr(0, 23)}) {
         EXPECT_NE(Open(each).find("\" is of another kind or cut short;"), std::string::npos);
         Commit(KeyOf(9, 1), 26, 40);
         EXPECT_FALSE(LearnLookup(KeyOf(3, 1)).found);
         EXPECT_EQ(file.Read(), each);
+    }
+    // Its making was broken off.
+    const std::string empty = Model().bytes;
+    for (const std::size_t length : {std::size_t{0}, std::size_t{22}, std::size_t{4096}, EMPTY_SIZE - 1}) {
+        EXPECT_EQ(Open(empty.substr(0, length)), "");
+        EXPECT_EQ(file.Read(), empty);
     }
     Open(good);
     std::filesystem::resize_file(file.Path(), 100);  // it grows shorter while it is open

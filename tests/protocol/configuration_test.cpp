@@ -220,6 +220,47 @@ TEST(Configuration, ABookOfVersion0HasNoResultsWhateverIsSaid) {
     EXPECT_EQ(Settings(engine.Greeting()), DefaultsBut({"UseBookWeights = off", "UseBookLearning = off"}));
 }
 
+/// What stands between `word` and the next blank, in the last of the lines that has it.
+std::string LastAfter(const Lines& lines, const std::string& word) {
+    const auto line = std::find_if(lines.rbegin(), lines.rend(),
+                                   [&word](const std::string& each) { return each.find(word) != std::string::npos; });
+    if (line == lines.rend()) {
+        return "";
+    }
+    const std::size_t begin = line->find(word) + word.size();
+    return line->substr(begin, line->find_first_of(" \t", begin) - begin);
+}
+
+// A game that goes wrong is learnt from, and the next program finds in the file what was learnt. White's queen gives a
+// check with one answer and is moved badly afterwards: the position behind the answer is the one to be learnt.
+TEST(Configuration, LearningGoesFromOneProgramToTheNext) {
+    const std::string configuration = "ObeyEachGo=on\nLearning=on\nLogLearningIntoFile=on\nUseLearningData=";
+    const std::string check = "position startpos moves e2e4 f7f5";
+    Conversation first = StartWith(configuration + "on");
+    EXPECT_EQ(first.ReadFile("Learn.qv1").size(), 262167U);
+    first.Ask("uci");
+    for (const char* step :
+         {" d1h5 g7g6\ngo depth 8 searchmoves h5f3 h5g6", " d1h5 g7g6 h5f3 b8c6\ngo depth 10 searchmoves f3f5 f3a3",
+          " d1h5 g7g6 h5f3 b8c6 f3f5 g6f5\ngo depth 8"}) {
+        first.Send(check + step);
+        first.Expect("bestmove ");
+    }
+    first.Ask("");
+    const std::string learnt = first.ReadFile("Learn.qv1");
+    EXPECT_EQ(learnt.size(), 262167U + 24);
+    const std::string log = first.ReadFile("learn.log");
+    EXPECT_NE(log.find("FEN = rnbqkbnr/ppppp2p/6p1/5p1Q/4P3/8/PPPP1PPP/RNB1KBNR w KQkq - h5f3\n"), std::string::npos);
+
+    for (const char* setting : {"on", "off"}) {
+        Conversation next({{"Quorvanth.ini", configuration + setting}, {"Learn.qv1", learnt}});
+        next.Send("uci\n" + check + "\ngo depth 9 searchmoves d1h5");
+        const std::string score = LastAfter(next.ExpectUpTo("bestmove "), " score cp ");
+        EXPECT_EQ(score == LastAfter({log}, "Evaluaton = "), setting == std::string_view("on"))
+            << setting << score << log;
+        EXPECT_EQ(next.ReadFile("Learn.qv1"), learnt);
+    }
+}
+
 // The file that is shipped: nothing in it is refused, and it shows what the engine does without it.
 TEST(Configuration, ShippedFileHoldsTheDefaultsAndObeysEachGo) {
     std::ostringstream text;
