@@ -3,10 +3,10 @@
 #include <limits>
 
 #include "book/lines.h"
-#include "progress.h"
 #include "games/pgn.h"
 #include "games/rules.h"
 #include "position/board.h"
+#include "progress.h"
 
 namespace {
 

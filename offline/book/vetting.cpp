@@ -5,7 +5,6 @@
 #include <map>
 
 #include "book/book.h"
-#include "progress.h"
 #include "frontend/game.h"
 #include "frontend/startup.h"
 #include "games/rules.h"
@@ -15,6 +14,7 @@
 #include "position/board.h"
 #include "position/fen.h"
 #include "position/settings.h"
+#include "progress.h"
 #include "search/clock.h"
 #include "search/think.h"
 

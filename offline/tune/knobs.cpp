@@ -283,7 +283,7 @@ class AxisList {
 
 }  // namespace
 
-std::vector<Knob> ListKnobs() {
+std::vector<Knob> ListKnobs(double spread) {
     std::vector<Knob> knobs;
     ForEachPlace([&](const Parameter& parameter, int place) {
         if (parameter.store != ParameterStore::TABLE || Contains(NotTurned, parameter.name)) {
@@ -300,7 +300,7 @@ std::vector<Knob> ListKnobs() {
                          .place = place,
                          .entries = {entry, mirror},
                          .step = kind.step,
-                         .spread = kind.spread,
+                         .spread = spread * kind.spread,
                          .low = kind.low,
                          .high = kind.high,
                          .material = Contains(MaterialNames, parameter.name)});

@@ -23,7 +23,8 @@ struct Knob {
 
 /// All of them, in the order of the file. Left out are reserved places, statistics, what play does not read, what is
 /// no quantity (classes, thresholds) and what only guides the mating of a bare king, about which results say nothing.
-std::vector<Knob> ListKnobs();
+/// All spreads are multiplied by `spread`.
+std::vector<Knob> ListKnobs(double spread = 1.0);
 
 std::int32_t KnobValue(const Knob& knob);
 void SetKnob(const Knob& knob, std::int32_t value);

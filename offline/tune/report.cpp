@@ -26,7 +26,7 @@ namespace {
 
 constexpr double WIDTH = 720;
 constexpr double HEIGHT = 420;
-constexpr double MARGIN = 60;
+constexpr double MARGIN = 70;
 constexpr const char* COLOURS[2] = {"#c0392b", "#2060a0"};
 
 /// A frame with an axis on either side, and what is drawn in it.
@@ -65,9 +65,11 @@ class Plot {
         }
     }
 
+    /// At the right, rows counted from the top, or from the bottom if below 0.
     void Legend(int row, const char* colour, const char* words) {
-        Print(text_, "<text x=\"%g\" y=\"%g\" text-anchor=\"end\" fill=\"%s\">%s</text>\n", WIDTH - MARGIN - 8,
-              MARGIN + 18.0 * (row + 1), colour, words);
+        const double y = row >= 0 ? MARGIN + 18.0 * (row + 1) : HEIGHT - MARGIN + 18.0 * row;
+        Print(text_, "<text x=\"%g\" y=\"%g\" text-anchor=\"end\" fill=\"%s\">%s</text>\n", WIDTH - MARGIN - 8, y,
+              colour, words);
     }
 
     std::string Finish() { return text_ + "</svg>\n"; }
@@ -123,9 +125,9 @@ std::string DrawCalibration(const Report& report) {
         }
         plot.Line(points, COLOURS[side], true);
     }
-    plot.Legend(0, "#999", "the sigmoid of the fit");
-    plot.Legend(1, COLOURS[0], "before");
-    plot.Legend(2, COLOURS[1], "after");
+    plot.Legend(-3, "#999", "the sigmoid of the fit");
+    plot.Legend(-2, COLOURS[0], "before");
+    plot.Legend(-1, COLOURS[1], "after");
     return plot.Finish();
 }
 

@@ -13,6 +13,7 @@
 #include "eval/init.h"
 #include "eval/sigmoids.h"
 #include "games/rules.h"
+#include "position/settings.h"
 
 namespace {
 
@@ -171,6 +172,7 @@ void PrepareEvaluation() {
     InitKnightIntercept();
     InitPawnEndgameTables();
     InitKrkpDraw();
+    AssignStyleDefaults();
     // What it keeps is worked out with numbers that are about to change.
     PawnHashSize = 0;
 }

@@ -7,6 +7,7 @@
 
 #include "eval/init.h"
 #include "eval/parameter_file.h"
+#include "position/settings.h"
 
 #include <gtest/gtest.h>
 
@@ -73,6 +74,12 @@ TEST_F(Tune, KnobsFillEveryEntryOnceAndKeepMirrorImagesAlike) {
     testing::internal::CaptureStdout();
     ValidateParameters();
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+}
+
+// What counts only by a setting must count while the numbers are tuned.
+TEST_F(Tune, TheStyleIsThatOfPlay) {
+    EXPECT_EQ(AggressivityRate, 50);
+    EXPECT_EQ(CowardiceRate, 50);
 }
 
 TEST_F(Tune, SlopesAreTheDifferenceQuotientsOfSingleKnobs) {
