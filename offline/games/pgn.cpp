@@ -45,8 +45,13 @@ std::optional<int> ScoreOfComment(std::string_view comment) {
         return {};
     }
     double pawns = MATE;
-    if (!mate && std::from_chars(comment.data(), comment.data() + comment.size(), pawns).ec != std::errc{}) {
-        return {};
+    if (!mate) {
+        const char* const last = comment.data() + comment.size();
+        const auto [end, failure] = std::from_chars(comment.data(), last, pawns);
+        // "0.052s" is a time.
+        if (failure != std::errc{} || (end != last && *end != '/' && *end != ' ')) {
+            return {};
+        }
     }
     const auto centipawns = static_cast<int>(std::lround(100 * std::min(pawns, MATE)));
     return negative ? -centipawns : centipawns;

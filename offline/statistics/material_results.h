@@ -22,7 +22,7 @@ struct SituationResult {
     float points;       // of the first army: 1 a win, 1/2 a draw
     float set_share;    // a game is shared out among its situations that differ in pawns alone, so that it counts once
                         // for the set of pieces
-    float score;        // centipawns for the first army that the searches in the situation gave on average
+    float score;        // centipawns for the first army, the mean of what the searches gave until it had lasted
     bool scored;        // false when none of them is known
 };
 

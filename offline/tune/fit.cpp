@@ -141,7 +141,11 @@ double FitScale(std::span<const Observation> observations) {
     while (high - low > 0.05) {
         const double left = low + (high - low) / 3;
         const double right = high - (high - low) / 3;
-        (loss(left) < loss(right) ? high : low) = loss(left) < loss(right) ? right : left;
+        if (loss(left) < loss(right)) {
+            high = right;
+        } else {
+            low = left;
+        }
     }
     return (low + high) / 2;
 }

@@ -21,7 +21,7 @@ double ExpectedPoints(double score, double scale);
 /// Cross entropy of one sample, in nats: at least 0.
 double SampleLoss(double score, double target, double scale);
 
-/// The scale that fits the observations best: centipawns by which the odds grow e times.
+/// The scale that fits the observations best: centipawns by which the odds grow e times; 20 to 2000.
 double FitScale(std::span<const Observation> observations);
 
 /// How far each knob is from where the first pass began, in spreads, for `steps` along the axes.

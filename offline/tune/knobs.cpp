@@ -109,7 +109,6 @@ constexpr NamedKind Kinds[] = {
     {"Scale*", FACTOR_256},
     {"RookPawnPerPawn", {.step = 1000, .spread = 1500, .low = 0, .high = 60000}},
     {"RookPawnFar", {.step = 500, .spread = 600, .low = 0, .high = 20000}},
-    {"RookPawns*", LARGE},
     {"RookPawn*", LARGE},
 };
 
@@ -292,12 +291,11 @@ std::vector<Knob> ListKnobs(double spread) {
         const int entry = EntryOfPlace(parameter, place);
         const int mirror = MirrorOf(parameter, entry);
         // Of two places for one number the first stands for both.
-        if (mirror < entry && (IsPiecePosition(parameter) || parameter.places == parameter.entries)) {
+        if (mirror < entry) {
             return;
         }
         const Kind kind = KindOf(parameter);
         knobs.push_back({.parameter = &parameter,
-                         .place = place,
                          .entries = {entry, mirror},
                          .step = kind.step,
                          .spread = spread * kind.spread,

@@ -9,10 +9,9 @@
 
 #include "eval/parameters.h"
 
-/// One free number: a place of the parameter file, with the entries that it fills.
+/// One free number, with the entries that it fills.
 struct Knob {
     const Parameter* parameter;
-    int place;
     std::array<int, 2> entries;  // of the parameter's values; the second is the first where there is no mirror image
     std::int32_t step;           // of the difference quotient, in the parameter's own unit
     double spread;               // how far one would expect the games to move it, in its own unit
@@ -21,12 +20,14 @@ struct Knob {
     bool material;  // the material table reads it
 };
 
-/// All of them, in the order of the file. Left out are reserved places, statistics, what play does not read, what is
-/// no quantity (classes, thresholds) and what only guides the mating of a bare king, about which results say nothing.
-/// All spreads are multiplied by `spread`.
+/// All of them, in the order of the file. Left out are reserved places, statistics, what play does not read, what
+/// other numbers say as well, what is no quantity (classes, thresholds) and what only guides the mating of a bare king,
+/// about which results say nothing. All spreads are multiplied by `spread`, which is above 0.
 std::vector<Knob> ListKnobs(double spread = 1.0);
 
 std::int32_t KnobValue(const Knob& knob);
+
+/// Both entries, whatever the bounds. The tables that are made of the parameters stay as they were.
 void SetKnob(const Knob& knob, std::int32_t value);
 
 /// A value of no effect: 0, or 1.0 for a factor.

@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <span>
@@ -175,7 +176,7 @@ int Tune(const Settings& settings) {
 
 int main(int argc, char** argv) {
     Settings settings;
-    if (!ReadArguments(std::span(argv + 1, static_cast<std::size_t>(argc - 1)), settings)) {
+    if (!ReadArguments(std::span(argv + 1, static_cast<std::size_t>(std::max(argc - 1, 0))), settings)) {
         return 2;
     }
     return Tune(settings);

@@ -108,10 +108,10 @@ std::string DrawLoss(const Report& report) {
 }
 
 std::string DrawCalibration(const Report& report) {
-    constexpr double EDGE = 600;
+    constexpr int EDGE = 600;
     Plot plot("Result by score, games held out", -EDGE, EDGE, 0, 1);
     std::vector<std::pair<double, double>> curve;
-    for (double score = -EDGE; score <= EDGE; score += 20) {
+    for (int score = -EDGE; score <= EDGE; score += 20) {
         curve.emplace_back(score, ExpectedPoints(score, report.scale));
     }
     plot.Line(curve, "#999", false);
@@ -161,6 +161,7 @@ std::vector<std::pair<std::string, double>> ListMovedTables(const Report& report
         ++count;
     }
     std::vector<std::pair<std::string, double>> list;
+    list.reserve(tables.size());
     for (const auto& [name, entry] : tables) {
         list.emplace_back(name, entry.first / entry.second);
     }
@@ -237,8 +238,8 @@ std::string Page(const Report& report, const std::vector<Knob>& knobs) {
 
     text +=
         "\n## What each parameter is worth\n\nMicronats a position that the held-out games lose when it is put to its "
-        "neutral value and all else stays; one standard error behind it. What saves nothing is not needed, or stands "
-        "in for nothing that another term does not say as well.\n\n| Parameter | Saves | Error |\n|---|---|---|\n";
+        "neutral value and all else stays; one standard error behind it. What saves nothing is not needed, or says "
+        "nothing that another term does not say as well.\n\n| Parameter | Saves | Error |\n|---|---|---|\n";
     for (const Worth& worth : report.worth) {
         Print(text, "| %s | %.0f | %.0f |\n", worth.name.c_str(), worth.saved * 1e6, worth.error * 1e6);
     }

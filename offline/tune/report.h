@@ -15,7 +15,7 @@ struct PassLoss {
 struct Worth {
     std::string name;
     double saved;  // nats a position
-    double error;  // one standard error
+    double error;  // one standard error, by the scatter of games
 };
 
 /// Mean result of the held-out samples whose scores lie around `score`.

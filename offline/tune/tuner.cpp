@@ -28,8 +28,10 @@ class Tuner {
           knobs_(ListKnobs(settings.spread / 100.0)),
           axes_(ListAxes(knobs_)),
           origin_(Values()),
-          steps_(axes_.size()),
-          scores_(Scores()) {}
+          steps_(axes_.size()) {
+        std::ranges::copy_if(samples_, std::back_inserter(held_out_), IsHeldOut);
+        SetKnobs(steps_);
+    }
 
     Report Run() {
         Report report{};
@@ -51,8 +53,8 @@ class Tuner {
         report.calibration_after = Calibration();
         report.knobs = knobs_.size();
         report.games = Games();
-        report.held_out = last.size();
-        report.training = samples_.size() - last.size();
+        report.held_out = held_out_.size();
+        report.training = samples_.size() - held_out_.size();
         report.before = origin_;
         report.after = Values();
         report.worth = Worths(last);
@@ -111,17 +113,25 @@ class Tuner {
         return losses;
     }
 
-    /// Of a[i] - b[i], with the standard error of the mean.
-    static std::pair<double, double> MeanDifference(const std::vector<double>& a, const std::vector<double>& b) {
-        double sum = 0;
-        double squares = 0;
+    /// Mean of a[i] - b[i] over the held-out samples, with its standard error. Positions of a game share its result, so
+    /// it is the sums over games that scatter independently.
+    std::pair<double, double> MeanDifference(const std::vector<double>& a, const std::vector<double>& b) const {
         const auto count = static_cast<double>(std::max<std::size_t>(a.size(), 1));
+        double sum = 0;
         for (std::size_t i = 0; i < a.size(); ++i) {
             sum += a[i] - b[i];
-            squares += (a[i] - b[i]) * (a[i] - b[i]);
         }
         const double mean = sum / count;
-        return {mean, std::sqrt(std::max(squares / count - mean * mean, 0.0) / count)};
+        double squares = 0;
+        double surplus = 0;  // of one game
+        for (std::size_t i = 0; i < a.size(); ++i) {
+            surplus += a[i] - b[i] - mean;
+            if (i + 1 == a.size() || held_out_[i + 1].game != held_out_[i].game) {
+                squares += surplus * surplus;
+                surplus = 0;
+            }
+        }
+        return {mean, std::sqrt(squares) / count};
     }
 
     static void Tell(int pass, const PassLoss& loss) {
@@ -129,7 +139,8 @@ class Tuner {
         std::fflush(stdout);
     }
 
-    void SetSteps(const std::vector<double>& steps) {
+    /// Puts the knobs where `steps` lead, rounded and bounded, with all that is made of them.
+    void SetKnobs(const std::vector<double>& steps) {
         const std::vector<double> offsets = KnobOffsets(axes_, steps, knobs_.size());
         for (std::size_t i = 0; i < knobs_.size(); ++i) {
             const double value = origin_[i] + offsets[i] * knobs_[i].spread;
@@ -166,6 +177,7 @@ class Tuner {
         for (const Slope& slope : table.slopes) {
             occurs[slope.knob] = 1;
         }
+        const auto occurring = static_cast<std::size_t>(std::ranges::count(occurs, 1));
         for (std::size_t i = 0; i < knobs_.size(); ++i) {
             offsets.push_back((KnobValue(knobs_[i]) - origin_[i]) / knobs_[i].spread);
         }
@@ -177,14 +189,14 @@ class Tuner {
             for (std::size_t d = 0; d < steps_.size(); ++d) {
                 steps_[d] = from[d] + share * (goal[d] - from[d]);
             }
-            SetSteps(steps_);
+            SetKnobs(steps_);
             if (Objective(steps_) < before) {
-                return static_cast<std::size_t>(std::ranges::count(occurs, 1));
+                return occurring;
             }
         }
         steps_ = from;
-        SetSteps(steps_);
-        return static_cast<std::size_t>(std::ranges::count(occurs, 1));
+        SetKnobs(steps_);
+        return occurring;
     }
 
     std::size_t Games() const { return samples_.empty() ? 0 : static_cast<std::size_t>(samples_.back().game) + 1; }
@@ -211,8 +223,6 @@ class Tuner {
 
     /// Each parameter at its neutral value, all else as it stands.
     std::vector<Worth> Worths(const std::vector<double>& standing) {
-        std::vector<Sample> held_out;
-        std::ranges::copy_if(samples_, std::back_inserter(held_out), IsHeldOut);
         std::vector<Worth> worths;
         for (const Parameter& parameter : Parameters()) {
             std::vector<std::size_t> members;
@@ -232,7 +242,7 @@ class Tuner {
             }
             RebuildTables(statistics_, material);
             std::vector<double> losses;
-            for (const Sample& sample : held_out) {
+            for (const Sample& sample : held_out_) {
                 losses.push_back(SampleLoss(EvaluateSample(sample), static_cast<double>(sample.result), scale_));
             }
             for (std::size_t i = 0; i < members.size(); ++i) {
@@ -248,6 +258,7 @@ class Tuner {
 
     const TuneSettings& settings_;
     std::vector<Sample> samples_;
+    std::vector<Sample> held_out_;  // copies of those among them
     const MaterialStatistics& statistics_;
     std::vector<Knob> knobs_;
     std::vector<Axis> axes_;

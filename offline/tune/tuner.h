@@ -9,7 +9,7 @@
 #include "tune/report.h"
 
 struct TuneSettings {
-    int passes = 3;
+    int passes = 3;    // above 0, as the others but `blend`
     int blend = 30;    // percent of the target that is the search's score
     int trust = 30;    // percent of a sample's evidence that counts
     int spread = 100;  // percent of the usual spread of the knobs
@@ -22,6 +22,7 @@ struct TuneResult {
 };
 
 /// Fits the parameters, which must stand at the values to begin with, their tables built; leaves them at the new ones.
-/// Every tenth game is held out. Prints a line for each pass.
+/// Mirror images that differ become alike first. `samples` come in the order of their games; every tenth game is held
+/// out. Prints a line for each pass.
 TuneResult TuneParameters(const TuneSettings& settings, std::vector<Sample> samples,
                           const MaterialStatistics& statistics);

@@ -96,7 +96,9 @@ TEST_F(Statistics, MaterialTableTakesTheResultsOver) {
     const MaterialFit drawn = Fit({.prior = 200});
     EXPECT_GT(drawn.sets[0].centipawns, exact.sets[0].centipawns / 4);
     EXPECT_LT(drawn.sets[0].centipawns, exact.sets[0].centipawns * 3 / 4);
-    for (const MaterialFinding& finding : Fit({.prior = 0, .bound = 5}).armies) {
+    const MaterialFit bounded = Fit({.prior = 0, .bound = 5});
+    EXPECT_FALSE(bounded.armies.empty());
+    for (const MaterialFinding& finding : bounded.armies) {
         EXPECT_LE(std::abs(finding.centipawns), 5);
     }
 }

@@ -185,7 +185,7 @@ TEST_F(Tune, QuietSearchedPositionsOfFinishedGamesAreTaken) {
     // settles the game.
     const std::string moves =
         "1. e4 e5 2. Nf3 {+0.30/8} Nc6 {+0.20/8} 3. Nxe5 {-2.10/8} d6 {-2.00/8} 4. Bb5 {-1.00/9} Bd7 {+9.99/9} "
-        "5. Bxc6 {+0.10/3} Qh4 {repetition} 6. Bxd7+ {-0.05/3} Kd8 {+0.50/4} 7. Nf3 {+6.50/4} ";
+        "5. Bxc6 {+0.10/3} Qh4 {0.052s} 6. Bxd7+ {-0.05/3} Kd8 {+0.50/4} 7. Nf3 {+6.50/4} ";
     const std::string game = "[Result \"1-0\"]\n\n" + moves + "1-0\n\n";
     std::vector<Sample> samples;
     int games = 0;
