@@ -10,6 +10,8 @@
 #include <cerrno>
 #include <csignal>
 #include <fstream>
+
+#include "descriptors.h"
 #ifdef __linux__
 #include <sys/prctl.h>
 #endif
@@ -26,13 +28,6 @@ constexpr Milliseconds EXIT_POLL{2};
 constexpr int MAX_LATE_READS = 64;
 
 int StopDescriptor = -1;
-
-void CloseOnce(int& descriptor) {
-    if (descriptor >= 0) {
-        close(descriptor);
-        descriptor = -1;
-    }
-}
 
 /// poll's timeout up to the deadline, rounded up so that a wait never ends before it.
 int MillisecondsTo(TimePoint deadline) {

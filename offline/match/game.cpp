@@ -31,7 +31,6 @@ const std::array<std::string_view, REASONS> TERMINATION_TAG = {
 
 namespace {
 
-constexpr std::string_view RESULT_TEXT[] = {"1-0", "0-1", "1/2-1/2"};
 constexpr std::string_view COLOUR_NAME[] = {"White", "Black"};
 
 Result WinOf(Colour colour) {

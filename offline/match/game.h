@@ -9,6 +9,9 @@
 
 enum class Result : std::int32_t { WHITE_WINS, BLACK_WINS, DRAW };
 
+/// As game files write it.
+inline constexpr std::string_view RESULT_TEXT[] = {"1-0", "0-1", "1/2-1/2"};
+
 /// Why the game ended. The first group wants nobody to blame, the second is the loser's fault.
 enum class Reason : std::int32_t {
     CHECKMATE,

@@ -7,8 +7,6 @@
 
 namespace {
 
-constexpr std::string_view RESULT_TEXT[] = {"1-0", "0-1", "1/2-1/2"};
-
 template <typename... Values>
 std::string Format(const char* format, Values... values) {
     char text[256];

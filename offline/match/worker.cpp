@@ -12,32 +12,11 @@
 #include <deque>
 #include <utility>
 
+#include "descriptors.h"
+
 namespace {
 
 constexpr Milliseconds END_POLL{2};
-
-void CloseOnce(int& descriptor) {
-    if (descriptor >= 0) {
-        close(descriptor);
-        descriptor = -1;
-    }
-}
-
-bool WriteAll(int descriptor, const void* bytes, std::size_t size) {
-    const char* at = static_cast<const char*>(bytes);
-    while (size > 0) {
-        const ssize_t count = write(descriptor, at, size);
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count <= 0) {
-            return false;
-        }
-        at += count;
-        size -= static_cast<std::size_t>(count);
-    }
-    return true;
-}
 
 bool ReadOrder(int descriptor, std::int32_t& number) {
     ssize_t count = 0;

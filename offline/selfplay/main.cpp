@@ -16,6 +16,7 @@
 #include <string_view>
 #include <vector>
 
+#include "descriptors.h"
 #include "games/rules.h"
 #include "read_number.h"
 #include "selfplay/game_file.h"
@@ -79,17 +80,6 @@ bool ReadArguments(std::span<char*> arguments, Settings& settings) {
     return true;
 }
 
-bool WriteAll(int out, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t written = write(out, bytes.data(), bytes.size());
-        if (written <= 0) {
-            return false;
-        }
-        bytes.remove_prefix(static_cast<std::size_t>(written));
-    }
-    return true;
-}
-
 /// What a worker sends for each game, before its text.
 struct GameHeader {
     int number;
@@ -117,7 +107,7 @@ struct GameHeader {
         std::string message(sizeof(header), '\0');
         std::memcpy(message.data(), &header, sizeof(header));
         message += pgn;
-        if (!WriteAll(out, message)) {
+        if (!WriteAll(out, message.data(), message.size())) {
             _exit(1);
         }
     }
