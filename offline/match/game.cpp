@@ -55,10 +55,12 @@ std::string SecondsText(std::chrono::microseconds time) {
     return text;
 }
 
-std::string ThoughtText(const MoveAnswer& answer) {
+/// The score from White's view, so that the whole game reads alike and the offline tools can learn from it.
+std::string ThoughtText(Colour mover, const MoveAnswer& answer) {
     std::string text;
     if (answer.score) {
-        text = ScoreText(*answer.score) + "/" + std::to_string(answer.depth) + " ";
+        const int score = mover == WHITE ? *answer.score : -*answer.score;
+        text = ScoreText(score) + "/" + std::to_string(answer.depth) + " ";
     }
     return text + SecondsText(answer.elapsed);
 }
@@ -328,7 +330,7 @@ class Game {
             Forfeit(side, Reason::ILLEGAL_MOVE, "plays the illegal move \"" + answer.move.substr(0, 20) + "\"");
             return;
         }
-        Record(move, ThoughtText(answer));
+        Record(move, ThoughtText(side, answer));
         adjudicator_.Note(side, answer.score);
         JudgePosition(side);
         if (!over_ && settings_[side]->ponder) {

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
@@ -127,7 +128,16 @@ class SlopeMeter {
     std::vector<Found> found_;
 };
 
-[[noreturn]] void Fail(const char* what) {
+struct Child {
+    pid_t process;
+    std::FILE* file;
+};
+
+/// Ends the processes from `first` on too: without the rest their work is for nothing.
+[[noreturn]] void Fail(const char* what, const std::vector<Child>& children, std::size_t first) {
+    for (std::size_t n = first; n < children.size(); ++n) {
+        kill(children[n].process, SIGKILL);
+    }
     std::fprintf(stderr, "quorvanth-tune: %s\n", what);
     std::exit(1);
 }
@@ -196,16 +206,12 @@ std::int32_t EvaluateSample(const Sample& sample) {
 SlopeTable MeasureSlopes(const std::vector<Sample>& samples, const std::vector<Knob>& knobs,
                          const MaterialStatistics& statistics, int processes,
                          const std::function<void(std::size_t)>& report) {
-    struct Child {
-        pid_t process;
-        std::FILE* file;
-    };
     std::vector<Child> children;
     for (int n = 0; n < processes; ++n) {
         std::FILE* file = std::tmpfile();
         const pid_t process = file == nullptr ? -1 : fork();
         if (process < 0) {
-            Fail("no process or no temporary file to be had");
+            Fail("no process or no temporary file to be had", children, 0);
         }
         if (process == 0) {
             SlopeMeter meter(samples, knobs, statistics, static_cast<std::size_t>(n),
@@ -225,7 +231,7 @@ SlopeTable MeasureSlopes(const std::vector<Sample>& samples, const std::vector<K
         std::rewind(children[n].file);
         if (status != 0 || !ReadVector(children[n].file, tables[n].begin) ||
             !ReadVector(children[n].file, tables[n].slopes)) {
-            Fail("a process that measured slopes has failed");
+            Fail("a process that measured slopes has failed", children, n + 1);
         }
         std::fclose(children[n].file);
     }

@@ -157,21 +157,14 @@ TEST_F(EndgameScale, AnotherLeaderWithTheOtherSideToMoveIsNotDerived) {
 }
 
 TEST_F(EndgameScale, OppositeBishopsScaleMaterialAndRest) {
-    const struct {
-        const char* fen;
-        int entry;  // -1: none
-    } cases[] = {
-        {"4kb2/ppp5/8/8/8/8/PPP5/4KB2", 0},      {"4kb2/ppp5/8/8/8/8/PP6/4KB2", 9},
-        {"4kb2/p7/8/8/8/8/PPPPP3/4KB2", 27},     {"4kbn1/ppp5/8/8/8/8/PP6/4KBN1", 10},
-        {"r3kb2/ppp5/8/8/8/8/PP6/R3KB2", 12},    {"q3kb2/ppp5/8/8/8/8/PP6/Q3KB2", 15},
-        {"q3kb1n/ppp5/8/8/8/8/PP6/Q3KB1N", 16},  {"nn2kb1n/ppp5/8/8/8/8/PP6/NN2KB1N", 11},
-        {"q3kb1n/ppp5/8/8/8/8/PP6/RR2KB1N", 16}, {"qr2kb2/ppp5/8/8/8/8/PP6/QR2KB2", -1},  // 17 points
-        {"4k1b1/ppp5/8/8/8/8/PP6/4KB2", -1},                                              // of one colour
-        {"4kb2/ppp5/8/8/8/8/PP6/4KBN1", -1},                                              // a knight more
-        {"r3kb2/ppp5/8/8/8/8/PP6/4KB2", -1},                                              // a rook more
-        {"2b1kb2/ppp5/8/8/8/8/PP6/2B1KB2", -1},                                           // two bishops
-    };
-    for (const auto& c : cases) {
+    // The entry that each meets, -1 for none: those with too many men, bishops of one colour, a man more, two bishops.
+    const std::string text =
+        "4kb2/ppp5/8/8/8/8/PPP5/4KB2 0; 4kb2/ppp5/8/8/8/8/PP6/4KB2 9; 4kb2/p7/8/8/8/8/PPPPP3/4KB2 27; "
+        "4kbn1/ppp5/8/8/8/8/PP6/4KBN1 10; r3kb2/ppp5/8/8/8/8/PP6/R3KB2 12; q3kb2/ppp5/8/8/8/8/PP6/Q3KB2 15; "
+        "q3kb1n/ppp5/8/8/8/8/PP6/Q3KB1N 16; nn2kb1n/ppp5/8/8/8/8/PP6/NN2KB1N 11; "
+        "q3kb1n/ppp5/8/8/8/8/PP6/RR2KB1N 16; qr2kb2/ppp5/8/8/8/8/PP6/QR2KB2 -1; 4k1b1/ppp5/8/8/8/8/PP6/4KB2 -1; "
+        "4kb2/ppp5/8/8/8/8/PP6/4KBN1 -1; r3kb2/ppp5/8/8/8/8/PP6/4KB2 -1; 2b1kb2/ppp5/8/8/8/8/PP6/2B1KB2 -1";
+    for (const TextCase& c : TextCases(text)) {
         for (int entry = 0; entry < 36; ++entry) {
             InitOppositeBishops();
             OppositeBishopsMaterial[entry] = 64;
@@ -179,7 +172,7 @@ TEST_F(EndgameScale, OppositeBishopsScaleMaterialAndRest) {
             Prepare(c.fen);
             thread_eval_info.material_score = 400;
             thread_eval_info.side_delta = VALUE;
-            const bool meets = entry == c.entry;
+            const bool meets = entry == c.Number(0);
             EXPECT_EQ(ScaleOppositeBishops(1000), meets ? 100 + 300 : 1000) << c.fen << entry;
             EXPECT_EQ(thread_eval_info.side_delta, meets ? VALUE / 2 : VALUE) << c.fen << entry;
         }

@@ -26,45 +26,29 @@ class Evaluation : public EvaluationTest {
         LazyLow = low;
         LazyHigh = high;
     }
-
-    /// In positions that are their own mirror the king attacks alone count, and only for the side to move.
-    static void SilenceKingAttacks() {
-        std::fill_n(DangerCurve, 128, 0);
-        std::fill_n(QueenCheckThreat, 7, 0);
-    }
 };
 
-TEST_F(Evaluation, CacheKeepsWhatItIsToldOfEachSide) {
+TEST_F(Evaluation, CacheTellsKeysAndSidesApart) {
     SetupFen("r3k2r/8/8/8/8/8/8/R3K2R w KQkq - ");
     const Key key = EvaluationKey();
     thread_eval_info = {};
-    thread_eval_info.side_delta = 70;
+    thread_eval_info.both_sides_valid = 0;
     thread_eval_info.attacks[BLACK] = 12345;
     StoreEvaluation(key, 25);
-    EXPECT_EQ(ProbeEvaluation(key), 25);
     thread_board.SideToMove = BLACK;
     EXPECT_EQ(ProbeEvaluation(key), NO_EVALUATION);
-
-    // The same key changes only the own slot.
     thread_eval_info.both_sides_valid = 1;
+    StoreEvaluation(key, -31);  // changes only the own slot
     thread_eval_info.attacks[BLACK] = 0;
-    StoreEvaluation(key, -31);
-    EXPECT_EQ(ProbeEvaluation(key), -31);
-    EXPECT_EQ(thread_eval_info.attacks[BLACK], 12345u);
     thread_board.SideToMove = WHITE;
     EXPECT_EQ(ProbeEvaluation(key), 25);
+    EXPECT_EQ(thread_eval_info.attacks[BLACK], 12345u);
 
-    // Another key in the slot always overwrites, and gives the other side the rest of the sum.
-    const Key rival = key ^ (Key{1} << 40);
-    thread_eval_info.side_delta = 70;
-    StoreEvaluation(rival, 25);
+    // Another key in the slot always overwrites.
+    StoreEvaluation(key ^ (Key{1} << 40), 25);
     EXPECT_EQ(ProbeEvaluation(key), NO_EVALUATION);
-    thread_board.SideToMove = BLACK;
-    EXPECT_EQ(ProbeEvaluation(rival), 45);
-
-    // Rights to castle are part of the key.
     thread_board.CastlingFlags = 0;
-    EXPECT_NE(EvaluationKey(), key);
+    EXPECT_NE(EvaluationKey(), key) << "rights to castle are part of the key";
 }
 
 TEST_F(Evaluation, CacheNeverCutsAResult) {
@@ -83,49 +67,34 @@ TEST_F(Evaluation, CacheNeverCutsAResult) {
 }
 
 TEST_F(Evaluation, LazyExits) {
-    const char* const behind = "4k3/ppp2rn1/8/8/8/8/5PPP/4K1N1";  // White to move, 500 behind
-    const char* const far = "4k3/ppp2rn1/P7/8/8/8/5PPP/4K3";
-    const char* const near = "4k3/pPp2rn1/P7/8/8/8/5PPP/4K3";
-    const char* const ahead = "4k3/6P1/7P/8/8/8/ppp2rn1/4K3 b";
-    const struct {
-        const char* fen;
-        Colour engine;
-        int low, high;
-        bool taken;
-        int score;
-    } cases[] = {
-        {"4k3/ppp2r2/8/8/8/8/5PPP/4K1N1", WHITE, -199, 500, false, 0},  // Black has five points only
-        {behind, WHITE, -499, 500, true, -500},
-        {behind, WHITE, -500, 500, false, 0},
-        // The window is the engine's: seen from the other side it turns over.
-        {behind, BLACK, -500, 499, true, -500},
-        {behind, BLACK, -499, 500, false, 0},
+    // Whose window it is, its bounds, and the score, or "no" for none.
+    const std::string text =
+        // White to move is behind: five points of Black's are too few; then by 500, for the engine and against it: the
+        // window is the engine's, seen from the other side it turns over.
+        "4k3/ppp2r2/8/8/8/8/5PPP/4K1N1 own -199 500 no; 4k3/ppp2rn1/8/8/8/8/5PPP/4K1N1 own -499 500 -500; "
+        "4k3/ppp2rn1/8/8/8/8/5PPP/4K1N1 own -500 500 no; 4k3/ppp2rn1/8/8/8/8/5PPP/4K1N1 other -500 499 -500; "
+        "4k3/ppp2rn1/8/8/8/8/5PPP/4K1N1 other -499 500 no; "
         // Pawns of the lagging side one and two steps from promotion.
-        {far, WHITE, -660, 900, false, 0},
-        {far, WHITE, -649, 900, true, -650},
-        {near, WHITE, -450, 900, false, 0},
-        {near, WHITE, -399, 900, true, -400},
+        "4k3/ppp2rn1/P7/8/8/8/5PPP/4K3 own -660 900 no; 4k3/ppp2rn1/P7/8/8/8/5PPP/4K3 own -649 900 -650; "
+        "4k3/pPp2rn1/P7/8/8/8/5PPP/4K3 own -450 900 no; 4k3/pPp2rn1/P7/8/8/8/5PPP/4K3 own -399 900 -400; "
         // Fewer than two pawns want more than nine points, two of them six.
-        {"3qk3/p7/8/8/8/8/8/4K3", WHITE, -500, 500, false, 0},
-        {"3qk1n1/p7/8/8/8/8/8/4K3", WHITE, -500, 500, true, -1300},
-        {"4kbn1/pp6/8/8/8/8/8/4K3", WHITE, -500, 500, true, -800},
+        "3qk3/p7/8/8/8/8/8/4K3 own -500 500 no; 3qk1n1/p7/8/8/8/8/8/4K3 own -500 500 -1300; "
+        "4kbn1/pp6/8/8/8/8/8/4K3 own -500 500 -800; "
         // Ahead: the side to move must have the force, the enemy's pawns are looked at.
-        {"4k3/8/8/8/7P/p7/ppp2rn1/4K3 b", WHITE, -1000, 500, true, 1100},
-        {ahead, BLACK, -500, 850, false, 0},
-        {ahead, BLACK, -500, 799, true, 800},
-        {"4k3/8/7P/8/8/8/ppp2rn1/4K3 b", BLACK, -500, 940, true, 950},
-    };
-    for (const auto& c : cases) {
+        "4k3/8/8/8/7P/p7/ppp2rn1/4K3 b other -1000 500 1100; 4k3/6P1/7P/8/8/8/ppp2rn1/4K3 b own -500 850 no; "
+        "4k3/6P1/7P/8/8/8/ppp2rn1/4K3 b own -500 799 800; 4k3/8/7P/8/8/8/ppp2rn1/4K3 b own -500 940 950";
+    for (const TextCase& c : TextCases(text)) {
         FromBothSides(c.fen, [&](const Seen& seen) {
             SetupFen(seen.fen);
-            EngineSide = seen.Of(c.engine);
-            SetLazyWindow(c.low, c.high);
+            EngineSide = c.words[0] == "own" ? thread_board.SideToMove : ChangeSide(thread_board.SideToMove);
+            SetLazyWindow(c.Number(1), c.Number(2));
+            const bool taken = c.words[3] != "no";
             std::int32_t score = 0;
-            EXPECT_EQ(LazyExit(score), c.taken) << c.fen << c.low << ' ' << c.high;
-            if (c.taken) {
+            EXPECT_EQ(LazyExit(score), taken) << c.fen << c.words[1] << ' ' << c.words[2];
+            if (taken) {
                 ClearEvalHash();
                 thread_eval_info.attacks[WHITE] = thread_eval_info.attacks[BLACK] = 1;
-                EXPECT_EQ(Evaluate(), c.score) << c.fen;
+                EXPECT_EQ(Evaluate(), c.Number(3)) << c.fen;
                 EXPECT_EQ(thread_eval_info.attacks[WHITE] | thread_eval_info.attacks[BLACK], 0u);
                 EXPECT_EQ(ProbeEvaluation(EvaluationKey()), NO_EVALUATION);
             }
@@ -146,108 +115,8 @@ TEST_F(Evaluation, ScoresFadeFromTheNinthQuietHalfMoveOn) {
     }
 }
 
-// Positions with the same material on both sides and a piece-square sum of our choice.
-TEST_F(Evaluation, TaperingRoundsDownWhateverTheSigns) {
-    SilenceKingAttacks();
-    std::fill_n(TempoBonus, 8, 0);
-    std::mt19937 random(5);
-    std::uniform_int_distribution<int> half(-900, 900);
-    for (const char* fen : {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR b KQkq", "4k3/ppp5/8/8/8/8/PPP5/4K3 b",
-                            "2r1kbn1/ppp5/8/8/8/8/PPP5/2R1KBN1 b", "3qk3/ppp5/8/8/8/8/PPP5/3QK3 b"}) {
-        SetupFen(fen);
-        for (int round = 0; round < 200; ++round) {
-            const int opening = half(random);
-            const int ending = half(random);
-            thread_board.PieceSquareSum = Pack(opening, ending);
-            thread_board.SideToMove = BLACK;
-            const int result = FullResult();
-            const double p = thread_board.current_phase;
-            ASSERT_EQ(result, std::floor((opening * (256 - p) + ending * p) / 256)) << opening << ' ' << ending;
-            thread_board.SideToMove = WHITE;
-            ASSERT_EQ(FullResult(), -result);
-        }
-    }
-}
-
-TEST_F(Evaluation, PieceSquareCreditDependsOnThePawnsOfTheSideBehind) {
-    std::fill_n(TempoBonus, 8, 0);
-    const struct {
-        const char* fen;
-        int index;
-    } cases[] = {
-        {"rnbqk3/pp6/8/8/8/8/P7/1NBQK3 b", 1 + 4 * 2},    // Black ahead: White's pawns are the low digit
-        {"1nbqk3/pp6/8/8/8/8/P7/RNBQK3 b", 2 + 4 * 1},    // White ahead
-        {"rnbqk3/pp6/8/8/8/8/P7/RNBQK3 b", 1 + 4 * 2},    // a pawn is a lead
-        {"rnbqk3/pp6/8/8/8/8/PP6/RNBQK3 b", 2 + 4 * 2},   // level
-        {"rnbqk3/8/8/8/8/8/PPP5/2BQK2R b", 3 + 4 * 0},    // three pawns for a knight: the table decides
-        {"rnbqk3/ppppp3/8/8/8/8/8/1NBQK3 b", 0 + 4 * 3},  // more than three count as three
-    };
-    for (const auto& c : cases) {
-        std::fill_n(PieceSquareScale, 16, 0);
-        SetupFen(c.fen);
-        thread_board.PieceSquareSum = Pack(-101, 203);
-        const int without = FullResult();
-        const int p = thread_board.current_phase;
-        for (int i = 0; i < 16; ++i) {
-            std::fill_n(PieceSquareScale, 16, 0);
-            PieceSquareScale[i] = 100;
-            const int credit = ((-101 * 100) >> 8) * (256 - p) + ((203 * 100) >> 8) * p;
-            EXPECT_NEAR(FullResult() - without, i == c.index ? credit / 256 : 0, 1) << c.fen << i;
-        }
-    }
-}
-
-TEST_F(Evaluation, TempoFollowsThePhase) {
-    SilenceKingAttacks();
-    for (int i = 0; i < 8; ++i) {
-        TempoBonus[i] = 10 * (i + 1);
-    }
-    const struct {
-        const char* fen;
-        int tempo;
-    } cases[] = {
-        {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR ", 10},  // phase 0
-        {"rnbqkb1r/pppppppp/8/8/8/8/PPPPPPPP/RNBQKB1R ", 10},  // 21
-        {"1nbqk3/pppppppp/8/8/8/8/PPPPPPPP/1NBQK3 ", 40},      // 128, the last of the fourth
-        {"4k3/ppp5/8/8/8/8/PPP5/4K3 ", 80},                    // 256, a pawn ending
-    };
-    for (const auto& c : cases) {
-        for (const char* side : {"w", "b"}) {
-            SetupFen(std::string(c.fen) + side);
-            thread_board.PieceSquareSum = 0;
-            EXPECT_EQ(FullResult(), c.tempo) << c.fen << thread_board.current_phase;
-            EXPECT_EQ(thread_eval_info.side_delta, 2 * c.tempo);
-        }
-    }
-}
-
-TEST_F(Evaluation, OnePawnEachIsDecidedByTheSigmoidAlone) {
-    std::fill_n(TempoBonus, 8, 50);
+TEST_F(Evaluation, OnePawnEachTakesARoadOfItsOwn) {
     EXPECT_EQ(FullResultOf("4k3/1p6/8/8/8/8/6P1/4K3"), 0);  // an amplitude of 0 is the default
-    PawnDuelAmplitude = 400;
-    PawnDuelSlope = 30;
-    PassedRankEnd[4] = 64;
-    std::fill_n(PassedStateEnd, 16, 64);
-    std::fill_n(PassedFileEnd, 4, 64);
-    std::fill_n(PassedForceEnd, 13, 64);
-    for (const char* fen : {"4k3/1p6/8/8/8/8/6P1/4K3 ", "4k3/8/8/1P4p1/8/8/8/4K3 "}) {
-        for (const int sum : {-200, -33, 0, 1, 64, 333}) {
-            for (const Colour side : {WHITE, BLACK}) {
-                ClearEvalHash();
-                SetupFen(fen);
-                thread_board.SideToMove = side;
-                thread_board.PieceSquareSum = Pack(-77, sum);
-                const std::int32_t result = Evaluate();
-                // The private scores of passed pawns and the races are part of the lead.
-                const ThreadEvalInfo& info = thread_eval_info;
-                const int lead = info.end_score[BLACK] - info.end_score[WHITE] + PackedEnding(info.packed);
-                const double sigmoid = std::round(400 / (std::exp(-30.0 * std::abs(lead) / 1000) + 1) - 200);
-                const auto expected = static_cast<int>(std::floor(sigmoid * lead / 64));
-                EXPECT_EQ(result, side == WHITE ? -expected : expected) << fen << sum;
-                EXPECT_EQ(info.end_score[BLACK] != 0, fen[6] == '8') << fen;
-            }
-        }
-    }
     // A piece, a second pawn, or pawns of which none is passed take the ordinary road.
     EXPECT_NE(FullResultOf("4k3/6p1/8/8/8/8/6P1/4K3"), 0);
     EXPECT_NE(FullResultOf("4k3/1p6/8/8/8/8/6P1/4K1N1"), 0);

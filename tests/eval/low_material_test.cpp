@@ -2,7 +2,6 @@
 
 #include <map>
 
-#include "eval/low_material_parts.h"
 #include "support/evaluation_fixture.h"
 #include "support/tablebase_answers.h"
 
@@ -109,31 +108,11 @@ void ExpectTerms(const std::string& text) {
 }
 
 TEST_F(LowMaterial, AddsTermsToTheMaterial) {
-    BareKingBonus = 1000;
-    BishopKnightBonus = 10000;
-    CornerStep = 100;
-    KnightWingsPenalty = 3000;
-    KnightWingsOnly = 500;
-    KnightWingsHeavy = 40000;
     RookPawnsLone = 7000000;
     RookPawnsEach = 1000000;
     RookPawnsLooseEach = 2000000;
     RookPawnsTwoDraw = 3000000;
     RookPawnsManyDraw = 5000000;
-    for (int distance = 0; distance < 8; ++distance) {
-        KnightKingPull[distance] = 100000 * distance;
-    }
-    // A bare king: to the edge, or to the bishop's corner.
-    ExpectTerms(
-        "8/8/8/3k4/8/8/8/R3K3 1040; 4kb2/8/8/8/8/8/8/R3K3 0; k7/8/8/8/8/8/8/4K2R b 1100; "
-        "8/8/3k4/8/8/8/8/4KBN1 10700; 8/8/3k4/8/8/8/8/4KNB1 10600; 4kbn1/8/8/8/8/3K4/8/8 -10700; "
-        "8/8/3k4/8/8/8/7P/4K2R 1050; 3nk3/8/8/8/8/8/8/3QK3 100090; 3nk3/p7/8/8/8/8/8/3QK3 0");
-    // A knight and pawns on both wings.
-    ExpectTerms(
-        "4k2r/pp5p/8/8/8/8/PP5P/4K1N1 -43500; 4k2r/pp5p/8/8/8/8/PP5P/4KBN1 -40000; "
-        "4k1nr/pp5p/8/8/8/8/PP5P/4KBN1 -43000; 4k1n1/pp5p/8/8/8/8/PP5P/4K2R 43500; 4k2r/pp2p3/8/8/8/8/PP6/4K1N1 0");
-    // A knight alone.
-    ExpectTerms("4k3/ppp5/8/8/8/8/8/4K1N1 -200000; 4kn2/8/8/8/8/8/PPP5/4K3 100000; 4k3/ppp5/8/8/8/8/P7/4K1N1 0");
     // A rook against pawns: all lost, none near the king, some running, two or three that hold.
     ExpectTerms(
         "8/8/8/8/8/8/1p3k1R/1K6 7000000; 8/pp6/7k/8/8/8/8/K5R1 2000000; 8/pp6/6k1/8/8/8/8/4R1K1 4000000; "

@@ -1,8 +1,5 @@
 #include "eval/passed_pawns.h"
 
-#include <cmath>
-#include <numeric>
-
 #include "eval/pawn_race.h"
 #include "eval/pawn_structure.h"
 #include "support/evaluation_fixture.h"
@@ -69,55 +66,6 @@ class PassedPawns : public EvaluationTest {
         }
     }
 };
-
-TEST_F(PassedPawns, ScoreIsTheToldProduct) {
-    const struct {
-        const char* fen;
-        int square;  // of a white pawn
-        int state, ahead, force;
-        int own_rank, own_file, enemy_rank, enemy_file, race;  // indices of the king tables
-    } cases[] = {
-        {"7k/8/8/8/3P4/8/8/K7", 27, 5, 0, 6, 0, 3, 5, 3, 8},
-        {"8/3k4/8/3K4/3P4/8/8/r7 b", 27, 4, 1, 1, 3, 0, 5, 0, 5},
-        {"8/8/k7/P7/1P6/8/8/4K2R", 32, 2, 1, 11, 0, 3, 3, 0, 16},
-        {"r6k/4P1n1/8/8/8/8/8/K3R3", 52, 4, 0, 3, 0, 3, 3, 3, 16},  // attacked twice, defended once
-        {"r6k/4P3/8/8/8/8/8/K3R3", 52, 5, 0, 6, 0, 3, 3, 3, 16},
-        {"8/8/8/1Pk5/8/8/5K2/q6R b", 33, 4, 0, 2, 0, 3, 2, 1, 14},
-    };
-    for (unsigned round = 0; round < 20; ++round) {
-        RandomizeParameters(round);
-        for (std::int32_t& value : PassedRace) {
-            value -= 45;
-        }
-        for (std::int32_t& value : PassedStateEnd) {
-            value -= 25;
-        }
-        for (const auto& c : cases) {
-            const int rank = RankOf(c.square);
-            const int file = std::min(FileOf(c.square), 7 - FileOf(c.square));
-            const int kings = std::clamp(PassedOwnKing[c.own_rank][c.own_file] +
-                                             PassedEnemyKing[c.enemy_rank][c.enemy_file] + PassedRace[c.race],
-                                         -150, 150);
-            const double sigmoid = std::round(
-                PawnEndgameAmplitude / (1 + std::exp(PawnEndgameSlope * -kings / 1000.0)) - PawnEndgameAmplitude / 2.0);
-            const auto product = [](double r, double s, double f, double force) {
-                return static_cast<int>(std::floor(std::floor(r * s * f / 4096) * force / 64));
-            };
-            const int open =
-                product(PassedRankOpen[rank], PassedStateOpen[c.state], PassedFileOpen[file], PassedForceOpen[c.force]);
-            const int end = product(PassedRankEnd[rank], PassedStateEnd[c.state + 8 * c.ahead] + sigmoid,
-                                    PassedFileEnd[file], PassedForceEnd[c.force]);
-            FromBothSides(c.fen, [&](const Seen& seen) {
-                Prepare(seen.fen);
-                ScorePassedPawn(seen.At(c.square), seen.Of(WHITE));
-                const ThreadEvalInfo& info = thread_eval_info;
-                EXPECT_EQ(info.open_score[seen.Of(BLACK)], -open) << seen.fen;
-                EXPECT_EQ(info.end_score[seen.Of(BLACK)], -end) << seen.fen;
-                EXPECT_EQ(info.open_score[seen.Of(WHITE)] | info.end_score[seen.Of(WHITE)], 0);
-            });
-        }
-    }
-}
 
 TEST_F(PassedPawns, OnlyTheForemostPawnOfAFileIsScored) {
     std::fill_n(PassedRankOpen, 8, 0);

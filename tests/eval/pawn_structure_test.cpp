@@ -128,51 +128,6 @@ TEST_F(PawnStructure, EveryConditionOfAPawn) {
         "h6 g5 | h7 f7 = C; a6 b5 | a7 h7 = CL; a6 b5 | a7 c6 = C");
 }
 
-TEST_F(PawnStructure, FilesOfTheEntry) {
-    const auto files = [](const std::string& names) {
-        int byte = 0;
-        for (const char name : names) {
-            byte |= name == '-' ? 0 : 1 << (name - 'a');
-        }
-        return byte;
-    };
-    // The files with pawns, with passed ones, with weak ones, and the number of pawns on files with passed ones.
-    const std::string text =
-        "= - - - 0; a4 c2 c4 d3 h2 | h7 = acdh acd a 4; d3 e4 e2 | c5 d6 = de - - 0; d3 e4 | c5 = de e d 1; "
-        "b5 f4 | a6 f6 = bf - b 0; a2 a3 a4 | b4 = a a a 3; a2 a3 | b4 = a - a 0";
-    ForPawns(text, [&](const Seen& seen, const std::string& pawns, std::istringstream words) {
-        std::string all, passed, weak;
-        int count = 0;
-        words >> all >> passed >> weak >> count;
-        const Colour us = seen.Of(WHITE);
-        FreshStructure();
-        PawnHashEntry& entry = thread_board.PawnEntry;
-        EXPECT_EQ(entry.key, thread_board.PawnKey);
-        EXPECT_EQ(entry.PawnFiles[us], files(all)) << pawns;
-        EXPECT_EQ(entry.PassedFiles(us), files(passed)) << pawns;
-        EXPECT_EQ(entry.WeakFilesOf(us), files(weak)) << pawns;
-        EXPECT_EQ(PopCount(thread_eval_info.passed_pawns[us]), count) << pawns;
-    });
-}
-
-TEST_F(PawnStructure, SpansReachFromTheOutermostFileToTheOutermost) {
-    for (int i = 0; i < 9; ++i) {
-        PawnSpanBonus[i] = Pack(-i, i);
-        PassedSpanBonus[i] = Pack(20 * i, -20 * i);
-    }
-    // The spans of pawns and of passed pawns, Black's less White's.
-    const std::string text =
-        " = 0 0; c2 | c7 = 0 0; d4 = -1 -1; a4 h4 = -8 -8; a4 h4 | c6 d6 = -6 -6; a4 h4 | a6 b7 h6 = 0 0; "
-        "b4 | c6 f6 g7 = 4 2";
-    ForPawns(text, [](const Seen& seen, const std::string& pawns, std::istringstream words) {
-        int pawn_span = 0;
-        int passed_span = 0;
-        words >> pawn_span >> passed_span;
-        const int sum = seen.For(-(pawn_span - 20 * passed_span));
-        EXPECT_EQ(FreshStructure(), Pack(-sum, sum)) << pawns;
-    });
-}
-
 TEST_F(PawnStructure, WingShelterIsAPatternOfThreeFiles) {
     // The digits of the king's and of the queen's wing, the innermost file last.
     const std::string text =
@@ -219,26 +174,6 @@ TEST_F(PawnStructure, StormsCountByDistanceAndContact) {
     EXPECT_EQ(thread_board.PawnEntry.WingShelter[WHITE][0], 5);
 }
 
-TEST_F(PawnStructure, RowsFollowTheKingsWings) {
-    for (int i = 0; i < 256; ++i) {
-        (&PiecePosition[4][0][0])[i] = Pack(1000 * (i / 64), 100 * (i / 64) + i % 64);
-    }
-    const struct {
-        const char* fen;
-        int white_row, black_row;
-    } cases[] = {{"6k1/1p6/8/8/8/6P1/8/6K1", 0, 0},
-                 {"1k6/1p6/8/8/8/6P1/8/6K1", 1, 2},
-                 {"6k1/1p6/8/8/8/6P1/8/1K6", 2, 1},
-                 {"1k6/1p6/8/8/8/6P1/8/1K6", 3, 3}};
-    for (const auto& c : cases) {
-        SetupFen(c.fen);
-        // b7 as it is; g3 with its rank mirrored is g6.
-        EXPECT_EQ(FreshStructure(), PackedSub(Pack(1000 * c.black_row, 100 * c.black_row + 49),
-                                              Pack(1000 * c.white_row, 100 * c.white_row + 46)))
-            << c.fen;
-    }
-}
-
 TEST_F(PawnStructure, HashedAnswersAreFreshAnswers) {
     RandomizeParameters(3);
     const std::vector<std::string> positions = RandomPositions(22, 3, 120);
@@ -258,36 +193,12 @@ TEST_F(PawnStructure, HashedAnswersAreFreshAnswers) {
     }
 }
 
-TEST_F(PawnStructure, WorkingCopyThenTableThenNothing) {
+TEST_F(PawnStructure, EmptyBoardsHaveAnEntry) {
     PawnHashSize = 64;
     ASSERT_TRUE(AllocatePawnHash());
-    std::fill_n(PawnIsolatedOpen, 64, PackBoth(-5));
-    PlacePawns("d4", {"", false});
-    EXPECT_EQ(Structure(), PackBoth(-5));
-    std::fill_n(PawnIsolatedOpen, 64, PackBoth(-9));
-    EXPECT_EQ(Structure(), PackBoth(-5)) << "the working copy holds while the pawns do";
-    thread_board.PawnEntry.key = 1;
-    EXPECT_EQ(Structure(), PackBoth(-5)) << "and the table after it";
-
-    // Another key in the same slot takes its place.
-    thread_board.PawnKey ^= 64;
-    EXPECT_EQ(Structure(), PackBoth(-9));
-    thread_board.PawnKey ^= 64;
-    EXPECT_EQ(Structure(), PackBoth(-9));
-
-    std::fill_n(PawnIsolatedOpen, 64, PackBoth(-2));
-    ClearPawnHash();
-    EXPECT_EQ(Structure(), PackBoth(-2));
-    std::fill_n(PawnIsolatedOpen, 64, PackBoth(-3));
-    PawnHashSize = 0;
-    EXPECT_EQ(Structure(), PackBoth(-3)) << "without a table nothing is kept";
-
-    // A board without pawns has its own entry, whose key is that of an empty one.
     std::fill_n(ShelterPattern, 512, 77);
-    PawnHashSize = 64;
-    ClearPawnHash();
     PlacePawns("", {"", false});
-    ASSERT_EQ(thread_board.PawnKey, 0u);
+    ASSERT_EQ(thread_board.PawnKey, 0u) << "that of an empty slot";
     Structure();
     EXPECT_EQ(thread_board.PawnEntry.WingShelter[WHITE][0], 77);
 }

@@ -1,6 +1,5 @@
 #include "eval/pieces.h"
 
-#include <cmath>
 #include <cstdlib>
 #include <vector>
 
@@ -206,13 +205,6 @@ class PieceTerms : public Pieces {
     }
 };
 
-TEST_F(PieceTerms, PiecePositionsByWingAndSquare) {
-    // Entry 256 * section + 64 * wing + square.
-    EXPECT_TERMS(PiecePosition,
-                 "1k4n1/8/8/5r2/8/8/8/1K6 +254 +485; 1k6/8/8/8/8/2B5/8/6KQ -618 -895; "
-                 "6k1/8/8/q7/8/8/6R1/1K6 +864 -438");
-}
-
 TEST_F(PieceTerms, BackRank) {
     EXPECT_TERMS(KingNoLuft,
                  "4k3/8/8/8/8/8/5PPP/6K1 +0; 4k3/8/8/8/8/7P/5PP1/6K1; 4k3/3ppp2/8/8/5PPP/6K1/8/8 -0; "
@@ -247,25 +239,6 @@ TEST_F(PieceTerms, RookFilesAndRanks) {
                  weak_c);
 }
 
-TEST_F(PieceTerms, QueenRanks) {
-    EXPECT_TERMS(QueenOnEighth,
-                 "4k3/8/8/8/8/8/8/q3K3 +0; 4k3/8/8/8/8/8/4K3/q7 +0; 4k3/8/8/8/8/4K3/8/q7; Q7/4k3/8/8/8/8/8/4K3 -0");
-    EXPECT_TERMS(QueenPairOnSeventh,
-                 "4k3/8/8/8/8/8/q6r/4K3 +0; 4k3/8/8/8/8/4K3/q6r/8; 4k3/8/8/8/8/4K3/P1q4r/8 +0; 4k3/8/8/8/8/8/q7/4K3");
-}
-
-TEST_F(PieceTerms, Mobility) {
-    // White's pawns hit d6, f6, a6 and c6 and bar the pawn on b6; squares held by other own men are safe.
-    EXPECT_TERMS(RookMobility, "1r1qk3/8/1p6/1P2P3/2n4b/8/4K3/8 +3");
-    EXPECT_TERMS(RookReach, "1r1qk3/8/1p6/1P2P3/2n4b/8/4K3/8 +5; 7k/1P6/8/8/1r6/1p6/8/4K3 +11");
-    EXPECT_TERMS(KnightMobility, "1r1qk3/8/1p6/1P2P3/2n4b/8/4K3/8 +7");
-    EXPECT_TERMS(KnightSafeMobility, "1r1qk3/8/1p6/1P2P3/2n4b/8/4K3/8 +6");
-    EXPECT_TERMS(BishopMobility, "1r1qk3/8/1p6/1P2P3/2n4b/8/4K3/8 +6");
-    EXPECT_TERMS(BishopSafeMobility, "1r1qk3/8/1p6/1P2P3/2n4b/8/4K3/8 +6");
-    EXPECT_TERMS(QueenMobility, "1r1qk3/8/1p6/1P2P3/2n4b/8/4K3/8 +12");
-    EXPECT_TERMS(QueenSafeMobility, "1r1qk3/8/1p6/1P2P3/2n4b/8/4K3/8 +13");
-}
-
 TEST_F(PieceTerms, TrappedMinorPieces) {
     // Entry 27 * class of the rank + 9 * safe squares + 3 * safe ones in the field + those free.
     EXPECT_TERMS(KnightLowMobility,
@@ -273,36 +246,6 @@ TEST_F(PieceTerms, TrappedMinorPieces) {
                  "n3k3/8/1r6/8/8/8/8/4K3 +21; 4k3/n7/8/8/8/8/8/4K3 +53; 4k3/8/8/8/8/8/8/n3K3 +107; "
                  "4k3/8/8/8/8/8/8/N3K3 -22; 4k3/8/8/3n4/8/8/8/4K3; 4k3/8/8/8/1n2P3/8/8/4K3");
     EXPECT_TERMS(BishopLowMobility, "b3k3/1p6/1P6/8/8/8/8/4K3 +0; 4k3/8/8/8/8/1p6/B7/1K6 -49; 4k3/8/8/3b4/8/8/8/4K3");
-}
-
-TEST_F(PieceTerms, ClosedPositions) {
-    // Two of White's pawns are barred, by a pawn and by a knight, a third by its own knight only; of Black's one.
-    EXPECT_TERMS(ClosedPosition, "4k3/3p4/3n4/3P1p2/5P2/8/1N6/1P2K3 +2 -1; 4k3/8/8/p7/P7/P7/8/4K3 +2 -1");
-    EXPECT_TERMS(KnightClosedPosition, "4k3/3p4/3n4/3P1p2/5P2/8/1N6/1P2K3 +2 -1; 4k3/8/8/8/8/8/2N1N3/4K3 -0 -0");
-}
-
-TEST_F(PieceTerms, Outposts) {
-    struct Piece {
-        char letter;
-        std::int32_t* tables[3];
-    };
-    for (const Piece piece : {Piece{'n', {KnightOutpost, KnightOutpostGuarded, KnightOutpostContested}},
-                              Piece{'b', {BishopOutpost, BishopOutpostGuarded, BishopOutpostContested}}}) {
-        // 'x' is the piece: its square, and the sum of 1 for the outpost, 2 when it is guarded, 4 when contested.
-        const std::string text =
-            "4k3/8/8/8/3x4/8/8/4K3 d4 1; 4k3/8/x7/8/8/8/8/4K3 a6 1; 4k3/x7/8/8/8/8/8/4K3 a7 0; "
-            "4k3/8/8/8/8/8/8/x3K3 a1 1; 4k3/8/8/8/3x4/8/3P4/4K3 d4 1; 4k3/8/8/8/3x4/8/2P5/4K3 d4 0; "
-            "4k3/8/8/8/2Px4/8/8/4K3 d4 1; 4k3/8/8/2p5/3x4/8/8/4K3 d4 3; 4k3/8/8/2p5/3x4/8/2P5/4K3 d4 0; "
-            "4k3/8/8/2p5/3x4/8/B7/4K3 d4 3; 4k3/8/8/2p5/3x4/8/7B/4K3 d4 5; 4k3/8/8/2p1p3/3x4/8/7B/4K3 d4 3";
-        for (TextCase& c : TextCases(text)) {
-            std::ranges::replace(c.fen, 'x', piece.letter);
-            for (int kind = 0; kind < 3; ++kind) {
-                ClearPackedTables();
-                piece.tables[kind][SquareOf(c.words[0].c_str())] = Pack(11, -7);
-                ExpectPieces(c.fen, (c.Number(1) >> kind & 1) != 0 ? Pack(11, -7) : 0);
-            }
-        }
-    }
 }
 
 TEST_F(PieceTerms, Pins) {
@@ -331,100 +274,6 @@ TEST_F(PieceTerms, BishopsTogether) {
         ExpectPieces(c.fen + "/8/8/8/8/QR1RKR2", c.Number(0) * FianchettoBishop);
     }
     ExpectPieces("5bk1/5p1p/6p1/8/8/8/8/4K3", 0);  // nothing is left to protect the king from
-}
-
-TEST_F(Pieces, KingHuntsLoosePawns) {
-    std::fill_n(HuntRank, 5, 64);
-    std::fill_n(HuntForce, 9, 64);
-    for (int i = 0; i < 144; ++i) {
-        (&KingHunt[0][0][0])[i] = 1000 + 7 * i * i;
-    }
-    // Black's hunts and White's: distance, files or ranks to go, column. A king, a pawn of either colour and a pawn's
-    // attack bar a pawn's way, an own piece does not; eight points still leave the king free to hunt, nine do not.
-    const auto expect_hunts = [](const std::string& text, const PawnFacts& facts) {
-        for (const TextCase& c : TextCases(text)) {
-            std::int32_t sum = 0;
-            for (const std::string& word : c.words) {
-                sum += (word[0] == '+' ? 1 : -1) * KingHunt[word[1] - '1'][word[2] - '0'][word[3] - '0'];
-            }
-            ExpectPieces(c.fen, PackBoth(sum), facts);
-        }
-    };
-    expect_hunts(
-        "8/8/8/8/4k3/8/2P5/6K1 +240; 8/8/4k3/8/8/8/2P5/6K1 +420; 7k/8/8/8/8/8/P7/6K1 +650; "
-        "8/8/8/4k3/4P3/8/8/6K1 +131; 8/8/8/2p5/4k3/8/2P5/6K1 +240 -440; 8/8/8/8/1p2k3/8/2P5/6K1 +241 -551; "
-        "8/8/8/8/4k3/2N5/2P5/6K1 +240; 8/8/8/8/4k3/2P5/2P5/6K1 +241 +240; 8/8/8/8/4k3/2P5/1P6/6K1 +340; "
-        "8/8/8/8/4k3/8/2P5/RN4K1 +240; 8/8/8/8/4k3/8/2P5/Q5K1",
-        {});
-    expect_hunts("8/8/8/8/4k3/8/2P5/6K1 +242", {{4, 0}, {}});  // passed
-
-    // The rank of the pawn, from the third on, and the force of its side; the product rounds down.
-    std::fill_n(&KingHunt[0][0][0], 144, 1000);
-    for (int i = 0; i < 9; ++i) {
-        HuntRank[std::min(i, 4)] = 3 * std::min(i, 4) - 5;
-        HuntForce[i] = 5 + i;
-    }
-    for (int rank = 2; rank <= 7; ++rank) {
-        for (const auto& [army, weight] : {std::pair{"2", 0}, {"N1", 3}, {"R1", 5}, {"RN", 8}}) {
-            std::string fen = "7k/8/8/8/8/8/8/" + std::string(army) + "2K3";
-            fen[static_cast<std::size_t>(3 + 2 * (7 - rank))] = 'P';
-            ExpectPieces(fen, PackBoth(((3 * std::max(rank - 3, 0) - 5) * (5 + weight) * 1000) >> 12));
-        }
-    }
-}
-
-TEST_F(Pieces, ThreatsAreCounted) {
-    // The men threatened by Black and by White. What nothing defends is, and what something cheaper attacks; never a
-    // king. Kings attack and defend. More than three count as three.
-    const std::string text =
-        "4k3/8/8/8/8/8/8/4K3 0 0; 4k3/8/2n5/8/3P4/8/8/4K3 1 0; 4k3/8/2n5/8/3P4/2P5/8/4K3 0 0; "
-        "4k3/8/2n5/8/3P4/4K3/8/8 0 0; 4k3/8/2n5/4p3/3N4/2P1P3/8/4K3 1 1; 4k3/8/8/4p3/3P4/2P5/8/4K3 0 1; "
-        "4k3/8/2n5/8/3R4/2P5/8/4K3 1 0; 3rk3/8/8/8/3R4/2P5/8/4K3 0 0; 3rk3/8/8/8/3Q4/2P5/8/4K3 1 0; "
-        "3qk3/8/8/8/3Q4/2P5/8/4K3 0 0; 8/8/8/3k4/4P3/8/8/4K3 1 0; 4k3/8/8/8/8/8/8/q3K3 0 0; "
-        "7k/8/8/2n1n3/3P4/8/8/6K1 0 2; 4k3/8/8/2n5/1P2Q3/3P4/8/4K3 1 1; 7k/8/8/1p1p4/N1N1N3/8/8/6K1 3 0; "
-        "7k/8/8/1p1p1p2/N1N1N1N1/8/8/6K1 4 0";
-    for (const TextCase& c : TextCases(text)) {
-        FromBothSides(c.fen, [&](const Seen& seen) {
-            const Colour white = seen.Of(WHITE);
-            const Colour black = seen.Of(BLACK);
-            std::generate_n(ThreatMoveBonus, 9, [&] { return static_cast<std::int32_t>(random() % 100); });
-            Prepare(seen);
-            EvaluatePieces();
-            std::generate_n(ThreatBalance, 9, [&] { return RandomWord(random); });
-            thread_eval_info.move_bonus[white] = 1000;
-            thread_eval_info.packed = 0;
-            EvaluateThreats();
-            const int i = std::clamp(4 + c.Number(0) - c.Number(1), 1, 7);
-            const int j = std::clamp(4 - c.Number(0) + c.Number(1), 1, 7);
-            EXPECT_EQ(thread_eval_info.packed, seen.PackedFor(PackedSub(ThreatBalance[j], ThreatBalance[i]))) << c.fen;
-            EXPECT_EQ(thread_eval_info.move_bonus[white], 1000 + ThreatMoveBonus[i]) << c.fen;
-            EXPECT_EQ(thread_eval_info.move_bonus[black], ThreatMoveBonus[j]) << c.fen;
-            std::fill_n(ThreatBalance, 9, 0);
-        });
-    }
-}
-
-TEST_F(Pieces, HomeSquaresCostByPatternAndClass) {
-    // Black's and White's pattern of pawns, bit 0 the b-file, and how many of their central pawns are blocked.
-    const std::string text =
-        "4k3/8/8/8/8/8/8/4K3 0 0 0 0; rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR 63 63 0 0; "
-        "rnbqkbnr/p1pppppp/8/8/8/8/PPPPPP1P/RNBQKBNR 62 31 0 0; rnbqkbnr/p7/8/8/8/3B4/3P3P/RNBQK1NR 0 4 0 1; "
-        "4k3/3pp3/3nP3/8/8/4n3/2PPP3/2N1K3 12 14 2 1; 4k3/2p2p2/2n2n2/8/8/3P4/3P4/4K3 18 4 0 1";
-    unsigned seed = 0;
-    for (const TextCase& c : TextCases(text)) {
-        RandomizeParameters(++seed);
-        Prepare({c.fen, false});
-        EvaluateDevelopment();
-        const int black = DevelopmentFactor[DevelopmentClassOf<BLACK>()];
-        const int white = DevelopmentFactor[DevelopmentClassOf<WHITE>()];
-        const auto excess = [&](const auto& at_home, const auto& blocked) {
-            const int sum = (at_home[c.Number(0)] + blocked[c.Number(2)]) * black -
-                            (at_home[c.Number(1)] + blocked[c.Number(3)]) * white;
-            return static_cast<int>(std::floor(sum / 32.0));
-        };
-        EXPECT_EQ(PackedOpening(thread_eval_info.packed), -excess(DevelopmentOpen, BlockedCentreOpen)) << c.fen;
-        EXPECT_EQ(PackedEnding(thread_eval_info.packed), -excess(DevelopmentEnd, BlockedCentreEnd)) << c.fen;
-    }
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 
 #include "eval/colour_view.h"
 #include "eval/evaluation_cache.h"
-#include "movegen/exchange.h"
 #include "support/evaluation_fixture.h"
 
 namespace {
@@ -21,53 +20,18 @@ bool InCheck(Colour colour) {
     return SquareAttacked(ChangeSide(colour), thread_board.KingSquare[colour]);
 }
 
-/// Endless positions of three kinds in turn: games of random moves, games of moves that lose no material, and few men
-/// thrown on the board.
-class PositionSource {
-  public:
-    explicit PositionSource(unsigned seed) : random_(seed) {}
-
-    std::string Next() {
-        if (++served_ % 3 == 0) {
-            return RandomFewMen(random_, 1 + served_ % 7);
-        }
-        while (game_.empty()) {
-            PlayGame(served_ % 2 == 0);
-        }
-        std::string fen = std::move(game_.back());
-        game_.pop_back();
-        return fen;
+/// Positions of random games, and with few men on the board.
+std::vector<std::string> SomePositions(unsigned seed, std::size_t count) {
+    std::vector<std::string> positions =
+        RandomPositions(seed, static_cast<int>(count / (100 * GameStarts.size())) + 1, 160);
+    std::mt19937 random(seed);
+    std::ranges::shuffle(positions, random);
+    positions.resize(std::min(positions.size(), 2 * count / 3));
+    while (positions.size() < count) {
+        positions.push_back(RandomFewMen(random, 1 + static_cast<unsigned>(positions.size()) % 7));
     }
-
-  private:
-    void PlayGame(bool careful) {
-        SetupFen(GameStarts[random_() % GameStarts.size()]);
-        for (int ply = 0; ply < 200; ++ply) {
-            game_.emplace_back(WriteFen(0));
-            MoveCount = 0;
-            GenerateLegalMoves(0);
-            const auto moves = static_cast<unsigned>(MoveCount);
-            MoveCount = 0;
-            if (moves == 0) {
-                return;
-            }
-            auto choice = random_() % moves;
-            for (int attempt = 0; careful && attempt < 8 && !HoldsItsOwn(MoveList[choice].Move); ++attempt) {
-                choice = random_() % moves;
-            }
-            MakeMove(MoveList[choice].Move, 1);
-        }
-    }
-
-    static bool HoldsItsOwn(Move move) {
-        return MovePiece(move) == KING ||
-               IsExchangeSafe(MoveTo(move), MoveFrom(move), MovePiece(move), MoveCaptured(move), MovePromotion(move));
-    }
-
-    std::mt19937 random_;
-    unsigned served_ = 0;
-    std::vector<std::string> game_;
-};
+    return positions;
+}
 
 std::int32_t Fresh(Colour side) {
     thread_board.SideToMove = side;
@@ -94,14 +58,12 @@ class WholeEvaluation : public EvaluationTest {
     /// Everything that a colour has of its own must be the other's in the mirror. Of several queens the exchange test
     /// moves the one on the lowest square first: other squares can be safely hit.
     static void ExpectColoursAlike(unsigned seed, std::size_t positions, int bound) {
-        PositionSource source(seed);
-        for (std::size_t i = 0; i < positions; ++i) {
-            const std::string fen = source.Next();
-            EngineSide = static_cast<Colour>(i & 1);
+        EngineSide = WHITE;
+        for (const std::string& fen : SomePositions(seed, positions)) {
             SetupFen(fen);
             const std::int32_t result = Fresh(thread_board.SideToMove);
             const ThreadEvalInfo here = thread_eval_info;
-            EngineSide = ChangeSide(EngineSide);
+            EngineSide = ChangeSide(EngineSide);  // as in the next position too
             SetupFen(ColourMirror(fen));
             ASSERT_NEAR(Fresh(thread_board.SideToMove), result, bound) << fen << " engine " << EngineSide;
             const ThreadEvalInfo& there = thread_eval_info;
@@ -136,13 +98,11 @@ class WholeEvaluation : public EvaluationTest {
         constexpr int ROUNDING = 2;
         EvalHashSize = 1;  // so that forgetting a position costs nothing
         ASSERT_TRUE(AllocateEvalHash());
-        PositionSource source(seed);
         std::size_t derived = 0;
-        for (std::size_t i = 0; i < positions; ++i) {
-            const std::string fen = source.Next();
+        for (const std::string& fen : SomePositions(seed, positions)) {
             SetupFen(fen);
             const Colour us = thread_board.SideToMove;
-            EngineSide = static_cast<Colour>(i & 1);
+            EngineSide = ChangeSide(EngineSide);
             const std::int32_t fresh[2] = {Fresh(WHITE), Fresh(BLACK)};
             // In check the other side cannot be to move: nobody asks for its score.
             const bool both = !InCheck(us);
@@ -175,12 +135,9 @@ class WholeEvaluation : public EvaluationTest {
     const std::int64_t cache_size_ = EvalHashSize;
 };
 
-// Every shift rounds down on either side: hence the bounds.
+// With the defaults and with any parameters. Every shift rounds down on either side: hence the bounds.
 TEST_F(WholeEvaluation, ColoursAreAlike) {
     ExpectColoursAlike(31, WantedPositions() / 2, 8);
-}
-
-TEST_F(WholeEvaluation, ColoursAreAlikeWithAnyParameters) {
     for (unsigned seed = 0; seed < 4; ++seed) {
         RandomizeParameters(seed);
         ExpectColoursAlike(41 + seed, WantedPositions() / 8, 32);
@@ -189,9 +146,6 @@ TEST_F(WholeEvaluation, ColoursAreAlikeWithAnyParameters) {
 
 TEST_F(WholeEvaluation, CacheTellsTheTruth) {
     ExpectCacheTellsTheTruth(51, WantedPositions() / 2);
-}
-
-TEST_F(WholeEvaluation, CacheTellsTheTruthWithAnyParameters) {
     for (unsigned seed = 0; seed < 4; ++seed) {
         RandomizeParameters(100 + seed);
         ExpectCacheTellsTheTruth(61 + seed, WantedPositions() / 8);

@@ -9,6 +9,7 @@
 
 #include "games/san.h"
 #include "position/board.h"
+#include "support/rules_environment.h"
 
 namespace {
 
@@ -51,15 +52,6 @@ TEST(GamesRules, EndingsOfPositions) {
         Begin(each.fen);
         EXPECT_EQ(GameEnding(), each.ending) << each.fen;
     }
-}
-
-TEST(GamesRules, ThirdOccurrenceDraws) {
-    Begin(START_FEN);
-    Play("Nf3 Nf6 Ng1 Ng8 Nf3 Nf6 Ng1 Ng8");
-    EXPECT_EQ(GameEnding(), Ending::REPETITION);
-    Begin("4k3/8/8/8/8/8/P7/R3K3 w - -");
-    Play("Rb1 Kd7 Ra1 Ke8 Rb1 Kd7 Ra1 Ke8");
-    EXPECT_EQ(GameEnding(), Ending::REPETITION);
 }
 
 // With the right to castle the first position was another one.
@@ -126,23 +118,11 @@ TEST(GamesRules, TidyFenReadsAndRefuses) {
     // Rights that the board denies go.
     EXPECT_EQ(TidyFen("4k3/8/8/8/8/8/P7/4K2R w KQkq - 3 9", error), "4k3/8/8/8/8/8/P7/4K2R w K - 3 9");
     EXPECT_EQ(error, "");
-    for (const char* bad : {
-             "",
-             "hello",
-             "4k3/8/8/8/8/8/8 w - -",
-             "4k3/8/8/8/8/8/8/4K3/8 w - -",
-             "4k4/8/8/8/8/8/8/4K3 w - -",
-             "4k3/8/8/8/8/8/8/4K3",
-             "4k3/8/8/8/8/8/8/4K3 x - -",
-             "4k3/8/8/8/8/8/8/4K3 w Z -",
-             "4k3/8/8/8/8/8/8/4K3 w - d4",
-             "4k3/8/8/8/8/8/8/8 w - -",
-             "4k3/4R3/8/8/8/8/8/4K3 w - -",
-             "4k2P/8/8/8/8/8/8/4K3 w - -",
-             "4k3/8/8/8/8/8/P7/4K3 w - - 100 90",
-             "4k3/pppppppp/p7/8/8/8/8/4K3 w - -",
-             "99999999/8/8/8/8/8/8/8 w - -",
-         }) {
+    for (const char* bad :
+         {"", "hello", "4k3/8/8/8/8/8/8 w - -", "4k3/8/8/8/8/8/8/4K3/8 w - -", "4k4/8/8/8/8/8/8/4K3 w - -",
+          "4k3/8/8/8/8/8/8/4K3", "4k3/8/8/8/8/8/8/4K3 x - -", "4k3/8/8/8/8/8/8/4K3 w Z -", "4k3/8/8/8/8/8/8/4K3 w - d4",
+          "4k3/8/8/8/8/8/8/8 w - -", "4k3/4R3/8/8/8/8/8/4K3 w - -", "4k2P/8/8/8/8/8/8/4K3 w - -",
+          "4k3/8/8/8/8/8/P7/4K3 w - - 100 90", "4k3/pppppppp/p7/8/8/8/8/4K3 w - -", "99999999/8/8/8/8/8/8/8 w - -"}) {
         error.clear();
         EXPECT_EQ(TidyFen(bad, error), "") << bad;
         EXPECT_NE(error, "") << bad;

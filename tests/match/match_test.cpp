@@ -130,12 +130,12 @@ TEST_F(MatchProgram, EngineAgainstItselfFromPgn) {
 
 TEST_F(MatchProgram, PositionsGoIntoTheTags) {
     Write("openings.epd", "4k3/8/8/8/8/8/4P3/4K3 b - - 3 61\n");
-    const std::string king = FakeEngine("king", "echo bestmove e8d8");
+    const std::string king = FakeEngine("king", "echo info depth 4 score cp -31; echo bestmove e8d8");
     const std::string arguments = "-engine cmd=" + king + " name=A -engine cmd=" + king +
                                   " name=B -each nodes=300 depth=4 -games 2 -openings file=openings.epd -pgn games.pgn";
     ASSERT_EQ(Run(arguments), 0) << error_;
     EXPECT_EQ(CountOf(pgn_, "[SetUp \"1\"]\n[FEN \"4k3/8/8/8/8/8/4P3/4K3 b - - 3 61\"]"), 2u);
-    EXPECT_EQ(CountOf(pgn_, "\n61... Kd8 {"), 2u);
+    EXPECT_EQ(CountOf(pgn_, "\n61... Kd8 {+0.31/4 "), 2u) << "scores from White's view: " << pgn_;
     EXPECT_EQ(CountOf(pgn_, "[TimeControl \"-\"]\n[WhiteLimits \"nodes=300 depth=4\"]"), 2u);
     ASSERT_EQ(Run(arguments), 0) << error_;
     EXPECT_EQ(CountOf(pgn_, "[SetUp \"1\"]"), 4u) << "a file that stands is added to";

@@ -9,6 +9,7 @@
 
 #include "games/rules.h"
 #include "position/move_text.h"
+#include "support/rules_environment.h"
 
 namespace {
 

@@ -34,6 +34,19 @@ constexpr const char* STARTS[] = {
     "QQQ5/6k1/8/3nnn2/3NNN2/8/8/2K2qqq w - -",
 };
 
+/// What games hardly ever reach: checks by castling, en passant and promotion, alone and through the squares that
+/// empty, kings that castle through attacks or step back along a line, captures that would open one.
+constexpr const char* RARE[] = {
+    "5k2/8/8/8/8/8/8/4K2R w K -",      "5k2/8/5p2/8/8/8/8/4K2R w K -",    "8/8/8/8/8/8/8/k3K2R w K -",
+    "8/8/8/8/8/8/8/k1N1K2R w K -",     "8/8/8/8/8/8/8/R3K2k w Q -",       "r3k3/8/8/8/8/8/8/3K4 b q -",
+    "8/4P3/8/8/8/8/8/K3k3 w - -",      "8/2k1P3/8/8/8/8/8/K7 w - -",      "3r4/4P3/8/6k1/8/8/8/K7 w - -",
+    "8/R3P2k/8/8/8/8/8/K7 w - -",      "8/8/8/kN1pP2R/8/8/8/4K3 w - d6",  "8/8/8/k2pP2R/8/8/8/4K3 w - d6",
+    "4k3/8/8/8/4K3/8/4R3/8 w - -",     "4k3/8/8/8/4r3/8/8/4K2R w K -",    "4k3/8/8/8/5r2/8/8/4K2R w K -",
+    "4k3/4r3/8/8/8/4K3/8/8 w - -",     "4k3/4r3/8/8/8/4N3/2n5/4K3 w - -", "8/8/8/K2pP2r/8/8/8/4k3 w - d6",
+    "8/8/8/2PpP3/4K3/8/8/7k w - d6",   "7k/8/5b2/3Pp3/3K4/8/8/8 w - e6",  "r6K/2P5/8/8/8/8/8/k7 w - -",
+    "4k3/8/8/8/1b6/3n4/2Q5/4K3 w - -", "R3k3/8/4K3/8/8/8/8/8 b - -",      "4k3/8/8/8/r5K1/8/2PPP3/8 w - -",
+};
+
 constexpr int GAMES_PER_START = 15;
 constexpr int GAME_LENGTH = 50;
 
@@ -67,22 +80,16 @@ std::vector<T> Sorted(std::vector<T> values) {
     return values;
 }
 
-bool Same(const MoveEntry& a, const MoveEntry& b) {
-    return a.Move == b.Move && a.Score == b.Score && a.Safety == b.Safety;
-}
-
 bool SameEntries(const std::vector<MoveEntry>& a, const std::vector<MoveEntry>& b) {
-    return std::ranges::equal(a, b, Same);
+    return std::ranges::equal(a, b, [](const MoveEntry& x, const MoveEntry& y) {
+        return x.Move == y.Move && x.Score == y.Score && x.Safety == y.Safety;
+    });
 }
 
 /// Only the moves whose MoveSafety is not LOSING.
 std::vector<MoveEntry> WithoutLosing(std::vector<MoveEntry> entries) {
     std::erase_if(entries, [](const MoveEntry& entry) { return MoveSafety(entry.Move) == LOSING; });
     return entries;
-}
-
-void Join(std::vector<MoveEntry>& entries, const std::vector<MoveEntry>& more) {
-    entries.insert(entries.end(), more.begin(), more.end());
 }
 
 class RandomGames : public testing::TestWithParam<const char*> {
@@ -262,9 +269,10 @@ std::vector<MoveEntry> RandomGames::CheckPosition() {
         if (in_check) {
             std::erase_if(quiets, [](const MoveEntry& entry) { return IsCastling(entry.Move); });
         }
+        const std::vector<MoveEntry> promotions = Generated(GeneratePromotions);
         std::vector<MoveEntry> all = captures;
-        Join(all, Generated([] { GeneratePromotions(); }));
-        Join(all, quiets);
+        all.insert(all.end(), promotions.begin(), promotions.end());
+        all.insert(all.end(), quiets.begin(), quiets.end());
         std::vector<Move> words = Sorted(WordsOf(all));
         ASSERT_EQ(std::ranges::adjacent_find(words), words.end()) << "a move twice";
 
@@ -305,6 +313,15 @@ TEST_P(RandomGames, EveryAnswerHolds) {
     }
 }
 
+using RarePositions = RandomGames;
+
+TEST_P(RarePositions, EveryAnswerHolds) {
+    SCOPED_TRACE(GetParam());
+    SetupFen(GetParam());
+    CheckPosition();
+}
+
+INSTANTIATE_TEST_SUITE_P(Rare, RarePositions, testing::ValuesIn(RARE));
 INSTANTIATE_TEST_SUITE_P(Starts, RandomGames, testing::ValuesIn(STARTS),
                          [](const auto& start) { return std::to_string(start.index); });
 

@@ -8,44 +8,8 @@
 
 namespace {
 
-struct SpecialMove {
-    const char* before;
-    Move move;
-    const char* after;
-    int fifty;  // from a counter of 5
-};
-
 Move Word(const char* squares, int piece, int captured = 0, int promotion = 0) {
     return BuildMove(SquareOf(squares), SquareOf(squares + 2), piece, captured, promotion);
-}
-
-const std::vector<SpecialMove>& SpecialMoves() {
-    static const std::vector<SpecialMove> moves = {
-        {"r3k2r/8/8/8/8/8/8/R3K2R w KQkq -", WHITE_CASTLES_SHORT, "r3k2r/8/8/8/8/8/8/R4RK1 b kq - ", 6},
-        {"r3k2r/8/8/8/8/8/8/R3K2R w KQkq -", WHITE_CASTLES_LONG, "r3k2r/8/8/8/8/8/8/2KR3R b kq - ", 6},
-        {"r3k2r/8/8/8/8/8/8/R3K2R b KQkq -", BLACK_CASTLES_SHORT, "r4rk1/8/8/8/8/8/8/R3K2R w KQ - ", 6},
-        {"r3k2r/8/8/8/8/8/8/R3K2R b KQkq -", BLACK_CASTLES_LONG, "2kr3r/8/8/8/8/8/8/R3K2R w KQ - ", 6},
-        {"r3k2r/8/8/8/8/8/8/R3K2R w KQkq -", Word("e1e2", KING), "r3k2r/8/8/8/8/8/4K3/R6R b kq - ", 6},
-        {"r3k2r/8/8/8/8/8/8/R3K2R w KQkq -", Word("h1h8", ROOK, ROOK), "r3k2R/8/8/8/8/8/8/R3K3 b Qq - ", 0},
-        {"r3k2r/8/8/8/8/8/8/R3K2R w KQkq -", Word("a1a8", ROOK, ROOK), "R3k2r/8/8/8/8/8/8/4K2R b Kk - ", 0},
-        {"r3k2r/8/8/8/8/8/8/R3K2R b KQkq -", Word("h8h1", ROOK, ROOK), "r3k3/8/8/8/8/8/8/R3K2r w Qq - ", 0},
-        {"r3k2r/8/8/8/8/8/8/R3K2R b KQkq -", Word("a8a1", ROOK, ROOK), "4k2r/8/8/8/8/8/8/r3K2R w Kk - ", 0},
-        {"r3k2r/6N1/8/8/8/8/8/R3K2R b KQkq -", Word("e8g8", KING), "r4rk1/6N1/8/8/8/8/8/R3K2R w KQ - ", 6},
-        {"r3k2r/1P6/8/8/8/8/8/4K3 w kq -", Word("b7a8", PAWN, ROOK, QUEEN), "Q3k2r/8/8/8/8/8/8/4K3 b k - ", 0},
-        {"r3k2r/1P6/8/8/8/8/8/4K3 w kq -", Word("b7b8", PAWN, 0, KNIGHT), "rN2k2r/8/8/8/8/8/8/4K3 b kq - ", 0},
-        {"4k3/8/8/8/8/8/6p1/R3K2R b KQ -", Word("g2h1", PAWN, ROOK, ROOK), "4k3/8/8/8/8/8/8/R3K2r w Q - ", 0},
-        {"4k3/8/8/8/8/8/1p6/R3K2R b KQ -", Word("b2a1", PAWN, ROOK, BISHOP), "4k3/8/8/8/8/8/8/b3K2R w K - ", 0},
-        {"4k3/8/8/3Pp3/8/8/8/4K3 w - e6", Word("d5e6", PAWN), "4k3/8/4P3/8/8/8/8/4K3 b - - ", 0},
-        {"4k3/8/8/8/Pp6/8/8/4K3 b - a3", Word("b4a3", PAWN), "4k3/8/8/8/8/p7/8/4K3 w - - ", 0},
-        {"4k3/8/8/8/3p4/8/4P3/4K3 w - -", Word("e2e4", PAWN), "4k3/8/8/8/3pP3/8/8/4K3 b - e3 ", 0},
-        {"4k3/8/8/8/7p/8/P7/4K3 w - -", Word("a2a4", PAWN), "4k3/8/8/8/P6p/8/8/4K3 b - - ", 0},
-        {"4k3/8/8/q7/8/8/8/B3K2Q w - -", Word("h1a8", QUEEN), "Q3k3/8/8/q7/8/8/8/B3K3 b - - ", 6},
-        {"4k3/8/8/q7/8/8/8/Q3K3 w - -", Word("a1a5", QUEEN, QUEEN), "4k3/8/8/Q7/8/8/8/4K3 b - - ", 0},
-        {"4k3/8/8/q7/8/2B5/8/4K3 w - -", Word("c3a5", BISHOP, QUEEN), "4k3/8/8/B7/8/8/8/4K3 b - - ", 0},
-        {"4k3/8/8/b7/8/2N5/8/R3K3 b Q -", Word("a5c3", BISHOP, KNIGHT), "4k3/8/8/8/8/2b5/8/R3K3 w Q - ", 0},
-        {"4k3/8/8/8/8/8/3p4/4K3 w - -", Word("e1d2", KING, PAWN), "4k3/8/8/8/8/8/3K4/8 b - - ", 0},
-    };
-    return moves;
 }
 
 /// A move word that MakeMove can be asked for, though no piece may walk that way: any own man to any square
@@ -79,7 +43,26 @@ Move RandomWord(std::mt19937& random) {
 }  // namespace
 
 TEST(MakeMove, SpecialMovesGoThereAndBack) {
-    for (const SpecialMove& c : SpecialMoves()) {
+    const struct {
+        const char* before;
+        Move move;
+        const char* after;
+        int fifty;  // from a counter of 5
+    } moves[] = {
+        {"r3k2r/8/8/8/8/8/8/R3K2R w KQkq -", WHITE_CASTLES_SHORT, "r3k2r/8/8/8/8/8/8/R4RK1 b kq - ", 6},
+        {"r3k2r/8/8/8/8/8/8/R3K2R b KQkq -", BLACK_CASTLES_LONG, "2kr3r/8/8/8/8/8/8/R3K2R w KQ - ", 6},
+        {"r3k2r/8/8/8/8/8/8/R3K2R w KQkq -", Word("e1e2", KING), "r3k2r/8/8/8/8/8/4K3/R6R b kq - ", 6},
+        {"r3k2r/8/8/8/8/8/8/R3K2R w KQkq -", Word("h1h8", ROOK, ROOK), "r3k2R/8/8/8/8/8/8/R3K3 b Qq - ", 0},
+        {"r3k2r/8/8/8/8/8/8/R3K2R b KQkq -", Word("a8a1", ROOK, ROOK), "4k2r/8/8/8/8/8/8/r3K2R w Kk - ", 0},
+        {"r3k2r/6N1/8/8/8/8/8/R3K2R b KQkq -", Word("e8g8", KING), "r4rk1/6N1/8/8/8/8/8/R3K2R w KQ - ", 6},
+        {"r3k2r/1P6/8/8/8/8/8/4K3 w kq -", Word("b7a8", PAWN, ROOK, QUEEN), "Q3k2r/8/8/8/8/8/8/4K3 b k - ", 0},
+        {"4k3/8/8/8/8/8/1p6/R3K2R b KQ -", Word("b2a1", PAWN, ROOK, BISHOP), "4k3/8/8/8/8/8/8/b3K2R w K - ", 0},
+        {"4k3/8/8/3Pp3/8/8/8/4K3 w - e6", Word("d5e6", PAWN), "4k3/8/4P3/8/8/8/8/4K3 b - - ", 0},
+        {"4k3/8/8/8/Pp6/8/8/4K3 b - a3", Word("b4a3", PAWN), "4k3/8/8/8/8/p7/8/4K3 w - - ", 0},
+        {"4k3/8/8/8/3p4/8/4P3/4K3 w - -", Word("e2e4", PAWN), "4k3/8/8/8/3pP3/8/8/4K3 b - e3 ", 0},
+        {"4k3/8/8/8/7p/8/P7/4K3 w - -", Word("a2a4", PAWN), "4k3/8/8/8/P6p/8/8/4K3 b - - ", 0},
+    };
+    for (const auto& c : moves) {
         SCOPED_TRACE(std::string(c.before) + "  " + WriteFen(c.move));
         SetupFen(c.before);
         thread_board.FiftyCounter = 5;
@@ -130,50 +113,6 @@ TEST(MakeMove, RandomWordsKeepEveryFieldInStep) {
             ASSERT_TRUE(Snapshot() == path.back()) << "game " << game << " ply " << path.size();
         }
         ASSERT_EQ(GamePly, 0);
-    }
-}
-
-TEST(MaterialIndex, OverflowEndsWithTheCaptureOfTheThird) {
-    PlaceStartPosition();
-    EXPECT_EQ(thread_board.MaterialIndex, 531436);
-
-    SetupFen("4k3/2P5/8/3pr3/8/1NN5/7p/4K3 w - -");
-    MakeMove(Word("c7c8", PAWN, 0, KNIGHT), 1);
-    EXPECT_EQ(thread_board.MaterialIndex, MATERIAL_OVERFLOW);
-    MakeMove(Word("h2h1", PAWN, 0, QUEEN), 1);  // a promotion does not end it
-    EXPECT_EQ(thread_board.MaterialIndex, MATERIAL_OVERFLOW);
-    MakeMove(Word("c3d5", KNIGHT, PAWN), 1);  // nor the capture of a pawn
-    EXPECT_EQ(thread_board.MaterialIndex, MATERIAL_OVERFLOW);
-    MakeMove(Word("e5d5", ROOK, KNIGHT), 1);
-    EXPECT_EQ(thread_board.MaterialIndex, 2 * 729 + 27 + 3);
-    EXPECT_TRUE(PositionIsConsistent());
-    for (int i = 0; i < 4; ++i) {
-        UnmakeMove();
-    }
-    EXPECT_EQ(thread_board.MaterialIndex, 2 * 729 + 27 + 6561 + 2 * 59049);
-}
-
-TEST(Board, PlaceAndRemoveAreInverse) {
-    std::mt19937 random(5);
-    for (int trial = 0; trial < 200; ++trial) {
-        ClearBoard();
-        thread_board.CastlingFlags = 0;
-        for (int step = 0; step < 80; ++step) {
-            const int square = static_cast<int>(random() % 64);
-            const int code = std::array{KNIGHT, PAWN, ROOK, BISHOP, QUEEN}[random() % 5];
-            RemovePiece(square);
-            if (random() % 2) {
-                PlacePiece(square, random() % 2 ? WHITE : BLACK, code);
-                EXPECT_EQ(thread_board.Board[square], static_cast<std::uint32_t>(code));
-            }
-            ASSERT_TRUE(PositionIsConsistent());
-        }
-        for (int square = 0; square < 64; ++square) {
-            RemovePiece(square);
-        }
-        const Snapshot removed;
-        ClearBoard();
-        ASSERT_TRUE(Snapshot() == removed);
     }
 }
 

@@ -59,10 +59,8 @@ Bitboard ReferenceAttacks(int square, Bitboard occupancy, bool diagonal) {
 TEST(Zobrist, DrawsThePublishedSequenceInTheFixedOrder) {
     EXPECT_EQ(PieceKeys[WHITE][PAWN][A1], 7266447313870364031ULL);
     EXPECT_EQ(PieceKeys[BLACK][KING][A1], 17320312680810499042ULL);
-    // The draws number 769 and 792: the ends of the other two tables.
     EXPECT_EQ(CastleKeys[0], 10399654693663712506ULL);
     EXPECT_EQ(EnPassantKeys[7], 17755469346196579408ULL);
-
     std::set<Key> keys(CastleKeys, CastleKeys + 16);
     keys.insert(EnPassantKeys, EnPassantKeys + 8);
     for (const Colour colour : {WHITE, BLACK}) {
@@ -111,41 +109,41 @@ TEST(Geometry, LinesAgreeWithFilesAndRanks) {
     }
 }
 
-TEST(Geometry, MasksOfSquares) {
-    struct Case {
-        const char* name;
-        Bitboard mask, expected;
+TEST(Geometry, MasksAgreeWithFilesAndRanks) {
+    const struct {
+        const Bitboard* masks;
+        bool (*holds)(int files, int ranks);  // from the mask's square to another
+    } cases[] = {
+        {KnightAttacks, [](int files, int ranks) { return std::abs(files * ranks) == 2; }},
+        {KingAttacks, [](int files, int ranks) { return std::max(std::abs(files), std::abs(ranks)) == 1; }},
+        {WhitePawnAttacks, [](int files, int ranks) { return std::abs(files) == 1 && ranks == 1; }},
+        {BlackPawnAttacks, [](int files, int ranks) { return std::abs(files) == 1 && ranks == -1; }},
+        {PassedMaskWhite, [](int files, int ranks) { return std::abs(files) <= 1 && ranks > 0; }},
+        {PassedMaskBlack, [](int files, int ranks) { return std::abs(files) <= 1 && ranks < 0; }},
+        {SquaresAhead, [](int files, int ranks) { return std::abs(files) <= 1 && ranks == 1; }},
+        {SquaresBehind, [](int files, int ranks) { return std::abs(files) <= 1 && ranks == -1; }},
+        {FileAhead, [](int files, int ranks) { return files == 0 && ranks > 0; }},
+        {FileBehind, [](int files, int ranks) { return files == 0 && ranks < 0; }},
+        {RanksBelow, [](int, int ranks) { return ranks < 0; }},
+        {AdjacentFiles, [](int files, int) { return std::abs(files) == 1; }},
     };
-    const int a1 = A1, e4 = SquareOf("e4"), h4 = SquareOf("h4");
-    const Case cases[] = {
-        {"knight a1", KnightAttacks[a1], SquareSet({"b3", "c2"})},
-        {"king h1", KingAttacks[H1], SquareSet({"g1", "g2", "h2"})},
-        {"white pawn h4", WhitePawnAttacks[h4], SquareSet({"g5"})},
-        {"white pawn h8", WhitePawnAttacks[H8], 0},
-        {"black pawn h4", BlackPawnAttacks[h4], SquareSet({"g3"})},
-        {"black pawn a1", BlackPawnAttacks[a1], 0},
-        {"passed white h6", PassedMaskWhite[SquareOf("h6")], SquareSet({"g7", "h7", "g8", "h8"})},
-        {"passed black b2", PassedMaskBlack[B2], SquareSet({"a1", "b1", "c1"})},
-        {"below c2", RanksBelow[C2], RANK_1},
-        {"below c1", RanksBelow[C1], 0},
-        {"not file c", NotFile[2], ~(FILE_A << 2)},
-        {"beside h", AdjacentFiles[h4], FILE_H >> 1},
-        {"beside e", AdjacentFiles[e4], FILE_A << 3 | FILE_A << 5},
-        {"ahead a1", SquaresAhead[a1], SquareSet({"a2", "b2"})},
-        {"ahead h8", SquaresAhead[H8], 0},
-        {"behind e4", SquaresBehind[e4], SquareSet({"d3", "e3", "f3"})},
-        {"file ahead", FileAhead[SquareOf("e6")], SquareSet({"e7", "e8"})},
-        {"file behind", FileBehind[SquareOf("e3")], SquareSet({"e1", "e2"})},
-        {"light", LightSquares & (RANK_1 | FILE_A), SquareSet({"b1", "d1", "f1", "h1", "a2", "a4", "a6", "a8"})},
-        {"trap white", KingsideRookTrap[WHITE][2], SquareSet({"g1", "h1", "h2"})},
-        {"trap black", QueensideRookTrap[BLACK][2], SquareSet({"a7", "a8", "b8"})},
-    };
-    for (const Case& c : cases) {
-        EXPECT_EQ(c.mask, c.expected) << c.name;
+    for (int square = 0; square < 64; ++square) {
+        for (const auto& c : cases) {
+            Bitboard expected = 0;
+            for (int other = 0; other < 64; ++other) {
+                const bool holds = c.holds(FileOf(other) - FileOf(square), RankOf(other) - RankOf(square));
+                expected |= holds ? Bit(other) : 0;
+            }
+            ASSERT_EQ(c.masks[square], expected) << &c - cases << ' ' << square;
+        }
+        ASSERT_EQ((LightSquares & Bit(square)) != 0, (FileOf(square) + RankOf(square)) % 2 == 1);
+        ASSERT_EQ((DarkSquares & Bit(square)) != 0, (FileOf(square) + RankOf(square)) % 2 == 0);
     }
-    EXPECT_EQ(DarkSquares, ~LightSquares);
-    EXPECT_EQ(ToLowerTable['Q'], 'q');
-    EXPECT_EQ(ToLowerTable['['], '[');
+    EXPECT_EQ(KingsideRookTrap[WHITE][2], SquareSet({"g1", "h1", "h2"}));
+    EXPECT_EQ(QueensideRookTrap[BLACK][2], SquareSet({"a7", "a8", "b8"}));
+}
+
+TEST(Geometry, TablesOfBytes) {
     EXPECT_EQ(BitReverse[0x13], 0xc8);
     EXPECT_EQ(HighestBit[0x14] * 10 + LowestBit[0x14], 42);
     EXPECT_EQ(HighestBit[0] * 10 + LowestBit[0], 88);
@@ -164,31 +162,25 @@ TEST(Geometry, KingOppositionIsStoredInReverse) {
         return set;
     };
     EXPECT_EQ(partners("e1"), SquareSet({"e3"}));
-    EXPECT_EQ(partners("b8"), SquareSet({"b6"}));
     EXPECT_EQ(partners("a2"), SquareSet({"c2"}));
-    EXPECT_EQ(partners("h7"), SquareSet({"f7"}));
     EXPECT_EQ(partners("e4"), 0u);
     EXPECT_EQ(partners("a1"), SquareSet({"a3", "b3", "c1", "c2"}));
-    EXPECT_EQ(partners("h1"), SquareSet({"h3", "g3", "f1", "f2"}));
-    EXPECT_EQ(partners("a8"), SquareSet({"a6", "b6", "c8", "c7"}));
     EXPECT_EQ(partners("h8"), SquareSet({"h6", "g6", "f8", "f7"}));
 }
 
-TEST(Geometry, PawnSquareAndItsMirror) {
-    EXPECT_EQ(PawnSquare[WHITE][WHITE][A7], SquareSet({"a8", "b8", "a7", "b7"}));
-    EXPECT_EQ(PawnSquare[WHITE][WHITE][SquareOf("h5")] & FILE_A << 4, SquareSet({"e8", "e7", "e6", "e5"}));
-    EXPECT_EQ(PawnSquare[WHITE][BLACK][SquareOf("h5")] & FILE_A << 3, SquareSet({"d8", "d7", "d6", "d5", "d4"}));
+/// The defender's king is as near to the square of promotion as the pawn, which counts its double push, and one step
+/// more if it is to move.
+TEST(Geometry, PawnSquareHoldsTheKingsThatCatchThePawn) {
     for (int pawn = A2; pawn < A8; ++pawn) {
         for (const Colour side : {WHITE, BLACK}) {
-            for (int square = 0; square < 64; ++square) {
-                const bool white = PawnSquare[WHITE][side][pawn] & Bit(square);
-                const bool black = PawnSquare[BLACK][ChangeSide(side)][MirrorRank(pawn)] & Bit(MirrorRank(square));
-                ASSERT_EQ(white, black) << pawn << ' ' << square;
+            const int reach = 7 - std::max(RankOf(pawn), 2) + (side == BLACK ? 1 : 0);
+            for (int king = 0; king < 64; ++king) {
+                const bool catches = std::max(std::abs(FileOf(king) - FileOf(pawn)), 7 - RankOf(king)) <= reach;
+                const Bitboard black = PawnSquare[BLACK][ChangeSide(side)][MirrorRank(pawn)];
+                ASSERT_EQ((PawnSquare[WHITE][side][pawn] & Bit(king)) != 0, catches) << pawn << ' ' << king;
+                ASSERT_EQ((black & Bit(MirrorRank(king))) != 0, catches) << pawn << ' ' << king;
             }
         }
-    }
-    for (int file = 0; file < 8; ++file) {
-        EXPECT_EQ(PawnSquare[WHITE][WHITE][A2 + file], PawnSquare[WHITE][WHITE][A2 + 8 + file]);
     }
 }
 

@@ -74,7 +74,8 @@ class EvaluationTest : public testing::Test {
         SetParameters([&](const Parameter& parameter, int entry) {
             const std::int32_t value = parameter.defaults[entry];
             const std::int32_t spread = value == 0 ? 30 : std::max(std::abs(value) / 4, 1);
-            return std::uniform_int_distribution<int>(value == 0 ? 0 : value - spread, value + spread)(random);
+            const std::int32_t low = value == 0 ? 0 : value - spread;
+            return low + static_cast<std::int32_t>(random() % static_cast<unsigned>(value + spread - low + 1));
         });
         std::generate_n(&ShelterScale[0][0][0], 30, [&] { return static_cast<std::int32_t>(100 + random() % 300); });
         PawnDuelAmplitude = 200;

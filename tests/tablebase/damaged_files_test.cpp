@@ -11,8 +11,8 @@ namespace {
 
 struct WholeTable {
     std::string name;
-    Bytes wdl;
-    Bytes dtz;
+    std::string wdl;
+    std::string dtz;
 };
 
 std::vector<WholeTable> WholeTables() {
@@ -23,7 +23,7 @@ std::vector<WholeTable> WholeTables() {
             if (file.path().extension() == ".rtbw") {
                 auto distances = file.path();
                 tables.push_back(
-                    {file.path().stem(), ReadBytes(file.path()), ReadBytes(distances.replace_extension(".rtbz"))});
+                    {file.path().stem(), ReadAll(file.path()), ReadAll(distances.replace_extension(".rtbz"))});
             }
         }
     }
@@ -32,30 +32,30 @@ std::vector<WholeTable> WholeTables() {
 }
 
 /// Most of the damage goes where the headers are.
-std::size_t DamagedPlace(const Bytes& bytes, std::mt19937& random) {
+std::size_t DamagedPlace(const std::string& bytes, std::mt19937& random) {
     const std::size_t reach = random() % 4 == 0 ? bytes.size() : std::min<std::size_t>(bytes.size(), 200);
     return random() % reach;
 }
 
-void Damage(Bytes& bytes, std::mt19937& random) {
+void Damage(std::string& bytes, std::mt19937& random) {
     switch (random() % 4) {
         case 0:
             bytes.resize(random() % 2 == 0 ? random() % bytes.size()
                                            : random() % std::min<std::size_t>(200, bytes.size()));
             break;
         case 1:
-            bytes[DamagedPlace(bytes, random)] ^= static_cast<std::uint8_t>(1u << random() % 8);
+            bytes[DamagedPlace(bytes, random)] ^= static_cast<char>(1u << random() % 8);
             break;
         case 2:
             for (int n = 0; n < 8; ++n) {
-                bytes[DamagedPlace(bytes, random)] = static_cast<std::uint8_t>(random());
+                bytes[DamagedPlace(bytes, random)] = static_cast<char>(random());
             }
             break;
         default: {
             const std::size_t place = DamagedPlace(bytes, random);
             const std::size_t size = std::min<std::size_t>(1 + random() % 64, bytes.size() - place);
             std::fill_n(bytes.begin() + static_cast<std::ptrdiff_t>(place), size,
-                        static_cast<std::uint8_t>(random() % 2 == 0 ? 0xFF : random()));
+                        static_cast<char>(random() % 2 == 0 ? 0xFF : random()));
         }
     }
 }
@@ -101,8 +101,8 @@ TEST(DamagedFiles, GiveAMessageOrAWrongValue) {
     for (int n = 0; n < files && !testing::Test::HasFailure(); ++n) {
         const WholeTable& table = tables[static_cast<std::size_t>(n) % tables.size()];
         SCOPED_TRACE(testing::Message() << table.name << ", file " << n);
-        Bytes wdl = table.wdl;
-        Bytes dtz = table.dtz;
+        std::string wdl = table.wdl;
+        std::string dtz = table.dtz;
         Damage(random() % 2 == 0 ? wdl : dtz, random);
         const TableFolder folder;
         folder.Write(table.name + ".rtbw", wdl);
@@ -120,12 +120,9 @@ TEST(DamagedFiles, NeedNoChecksum) {
         std::vector<std::int32_t> answers[2];
         for (const bool cut : {false, true}) {
             const TableFolder folder;
-            Bytes wdl = table.wdl;
-            Bytes dtz = table.dtz;
-            wdl.resize(wdl.size() - (cut ? 16 : 0));
-            dtz.resize(dtz.size() - (cut ? 16 : 0));
-            folder.Write(table.name + ".rtbw", wdl);
-            folder.Write(table.name + ".rtbz", dtz);
+            const std::size_t checksum = cut ? 16 : 0;
+            folder.Write(table.name + ".rtbw", std::string_view(table.wdl).substr(0, table.wdl.size() - checksum));
+            folder.Write(table.name + ".rtbz", std::string_view(table.dtz).substr(0, table.dtz.size() - checksum));
             OutputOf([&folder] { init_tablebases(folder.Path()); });
             std::mt19937 random(7);
             for (int n = 0; n < 1000; ++n) {

@@ -5,27 +5,28 @@
 
 #include "table_folder.h"
 #include "tablebase/index_tables.h"
+#include "tablebase/tables.h"
 
 namespace {
 
 using Squares = std::array<std::int32_t, TableMen>;
 
 /// A table file of one value, pieces in the order of `letters` (the second colour's in lower case).
-Bytes OneValueTable(const std::string& letters, bool pawns, bool bothColoursHavePawns, int order, int order2) {
-    Bytes file = {0x71, 0xE8, 0x23, 0x5D, static_cast<std::uint8_t>(pawns ? 3 : 1)};
+std::string OneValueTable(const std::string& letters, bool pawns, bool bothColoursHavePawns, int order, int order2) {
+    std::string file = pawns ? "\x71\xE8\x23\x5D\x03" : "\x71\xE8\x23\x5D\x01";
     for (int section = 0; section < (pawns ? 4 : 1); ++section) {
-        file.push_back(static_cast<std::uint8_t>(order * 17));
+        file.push_back(static_cast<char>(order * 17));
         if (bothColoursHavePawns) {
-            file.push_back(static_cast<std::uint8_t>(order2 * 17));
+            file.push_back(static_cast<char>(order2 * 17));
         }
         for (const char letter : letters) {
             const std::string numbers = ".PNBRQK..pnbrqk";
-            file.push_back(static_cast<std::uint8_t>(numbers.find(letter) * 17));
+            file.push_back(static_cast<char>(numbers.find(letter) * 17));
         }
     }
     file.resize((file.size() + 1) / 2 * 2);
     for (int section = 0; section < (pawns ? 8 : 2); ++section) {
-        file.insert(file.end(), {0x80, 2});
+        file += "\x80\x02";
     }
     file.resize((file.size() + 63) / 64 * 64);
     return file;

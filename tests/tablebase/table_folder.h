@@ -1,61 +1,20 @@
 // A folder for table files that a test makes, and positions of a material.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "movegen/legal_moves.h"
 #include "position/board.h"
+#include "support/files.h"
 #include "tablebase/tablebase.h"
-#include "tablebase/tables.h"
 
-using Bytes = std::vector<std::uint8_t>;
-
-inline Bytes ReadBytes(const std::filesystem::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
-/// Removed with all that is in it at the end; the tables are given up before.
-class TableFolder {
+/// The tables are given up before their files go.
+class TableFolder : public TestFolder {
   public:
-    TableFolder() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "tables-XXXXXX").string();
-        path_ = mkdtemp(pattern.data());
-    }
-    TableFolder(const TableFolder&) = delete;
-    TableFolder& operator=(const TableFolder&) = delete;
-    ~TableFolder() {
-        FreeTablebases();
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-
-    const std::string& Path() const { return path_; }
-    void Write(const std::string& name, const Bytes& bytes = {}) const {
-        std::ofstream file(path_ + "/" + name, std::ios::binary);
-        file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    }
-    void Remove(const std::string& name) const { std::filesystem::remove(path_ + "/" + name); }
-
-  private:
-    std::string path_;
+    ~TableFolder() { FreeTablebases(); }
 };
-
-/// What `run` prints.
-template <class Routine>
-std::string OutputOf(Routine run) {
-    testing::internal::CaptureStdout();
-    run();
-    return testing::internal::GetCapturedStdout();
-}
 
 inline int CodeOfTableLetter(char letter) {
     constexpr int codes[] = {KING, QUEEN, ROOK, BISHOP, KNIGHT, PAWN};
