@@ -61,7 +61,7 @@ constexpr Pair Pairs[] = {
     {"a far passed pawn and one at home", "4r1k1/5ppp/3P4/8/8/8/5PPP/4R1K1 w - - ",
      "4r1k1/5ppp/8/8/8/3P4/5PPP/4R1K1 w - - ", 25, 200},
     {"the own king leading the pawn and the enemy king before it", "8/1K3pkp/8/2P4r/8/8/5P1P/7R w - - ",
-     "8/5p1p/2k5/2P4r/8/8/5PKP/7R w - - ", 25, 200},
+     "8/5p1p/2k5/2P4r/8/8/5PKP/7R w - - ", 25, 300},
     {"an unstoppable pawn and one within reach", "8/5ppk/8/P7/8/8/5PPK/8 w - - ", "8/2k2pp1/8/P7/8/8/5PPK/8 w - - ",
      250, 1000},
     {"a healthy pawn and an isolated one", "r4rk1/pp3ppp/3p4/8/8/3P4/PPP2PPP/R4RK1 w - - ",
