@@ -32,6 +32,7 @@ constexpr std::string_view USAGE =
     "  -games N         how many in all (1000)\n"
     "  -nodes N         a move (5000)\n"
     "  -random N        random half-moves behind the opening (0)\n"
+    "  -balance N       centipawns that a start with random moves may be worth; drawn anew beyond (no bound)\n"
     "  -seed N          of the openings' order and the random moves (1)\n"
     "  -processes N     side by side (2); the games do not depend on it\n"
     "\n"
@@ -61,6 +62,8 @@ bool ReadArguments(std::span<char*> arguments, Settings& settings) {
             good = ReadNumber<std::int64_t>(value, 1, 1'000'000'000, settings.game.nodes);
         } else if (name == "-random") {
             good = ReadNumber(value, 0, 100, settings.game.random_plies);
+        } else if (name == "-balance") {
+            good = ReadNumber(value, 1, 30'000, settings.game.balance);
         } else if (name == "-seed") {
             good = ReadNumber<std::uint64_t>(value, 0, ~std::uint64_t{0}, settings.seed);
         } else if (name == "-processes") {

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
+#include <vector>
 
 #include "frontend/game.h"
 #include "frontend/startup.h"
@@ -36,6 +37,9 @@ struct Adjudication {
 };
 constexpr Adjudication WIN{0, 8, 1000};
 constexpr Adjudication DRAW{100, 16, 6};
+
+/// Openings that are out of balance themselves must come to an end.
+constexpr int MOST_DRAWS = 50;
 
 /// Games that go on for ever, such as those of blocked positions, tell no more.
 constexpr int LONGEST_GAME = 500;
@@ -75,6 +79,40 @@ std::string ScoreComment(std::int32_t score) {
     return text.data();
 }
 
+void ForgetAll() {
+    CleanTables();
+    ForgetGame();
+    TTGeneration = 0;
+}
+
+/// The opening's moves and the random ones behind them. The last draw holds, whatever its balance.
+std::vector<Move> DrawStart(const Opening& opening, const SelfGameSettings& settings, std::mt19937_64& random) {
+    std::vector<Move> start;
+    for (int draw = 0; draw < MOST_DRAWS; ++draw) {
+        ForgetAll();
+        BeginGame(opening.fen);
+        start = opening.moves;
+        for (const Move move : opening.moves) {
+            PlayGameMove(move);
+        }
+        for (int i = 0; i < settings.random_plies && GameEnding() == Ending::NONE; ++i) {
+            // Not a distribution of the library: those differ from one library to the next.
+            start.push_back(GameMoves()[random() % GameMoves().size()]);
+            PlayGameMove(start.back());
+        }
+        if (settings.balance == 0 || settings.random_plies == 0) {
+            break;
+        }
+        if (GameEnding() == Ending::NONE) {
+            SearchMove(settings.nodes);
+            if (std::abs(RootScores[0]) <= settings.balance) {
+                break;
+            }
+        }
+    }
+    return start;
+}
+
 struct Ended {
     std::string_view result;
     std::string_view words;
@@ -110,23 +148,18 @@ void PrepareSelfPlay() {
 }
 
 std::string PlaySelfGame(int number, const Opening& opening, const SelfGameSettings& settings, std::uint64_t seed) {
-    CleanTables();
-    ForgetGame();
-    TTGeneration = 0;
-    BeginGame(opening.fen);
     std::mt19937_64 random(seed * 0x9E3779B97F4A7C15ULL + static_cast<std::uint64_t>(number));
+    const std::vector<Move> start = DrawStart(opening, settings, random);
+    ForgetAll();
+    BeginGame(opening.fen);
 
     PgnWriter pgn;
     const auto play = [&pgn](Move move, std::string_view comment) {
         pgn.AddMove(GameMoveNumber(), thread_board.SideToMove == WHITE, MoveToSan(move), comment);
         PlayGameMove(move);
     };
-    for (const Move move : opening.moves) {
+    for (const Move move : start) {
         play(move, "");
-    }
-    for (int i = 0; i < settings.random_plies && GameEnding() == Ending::NONE; ++i) {
-        // Not a distribution of the library: those differ from one library to the next.
-        play(GameMoves()[random() % GameMoves().size()], "");
     }
 
     Adjudicator adjudicator;
@@ -139,6 +172,8 @@ std::string PlaySelfGame(int number, const Opening& opening, const SelfGameSetti
             end = {adjudicator.WhiteAhead() ? "1-0" : "0-1", "win adjudicated"};
         } else if (adjudicator.IsDraw()) {
             end = {"1/2-1/2", "draw adjudicated"};
+        } else if (GameMoves().size() == 1) {
+            play(GameMoves()[0], "");  // the engine does not search it, and so has no score of its own
         } else {
             SearchMove(settings.nodes);
             const std::int32_t score = EngineSide == WHITE ? RootScores[0] : -RootScores[0];

@@ -26,5 +26,6 @@ void InitKingZoneValue();
 void BuildEvaluationTables(const MaterialStatistics& statistics);
 
 /// Reads "values.txt" if there is one and builds every table that depends on it: the move statistics, the
-/// derived rows, the material table, the sigmoids, the packed tables. At start-up and again by `reload`.
+/// derived rows, the material table, the sigmoids, the packed tables. Clears the pawn hash and the evaluation cache. At
+/// start-up and again by `reload`.
 void InitEvaluation();

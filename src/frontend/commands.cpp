@@ -130,11 +130,11 @@ void LoadFen() {
 }
 
 void WhiteToMove() {
-    SetSideToMove(WHITE);
+    thread_board.SideToMove = WHITE;
 }
 
 void BlackToMove() {
-    SetSideToMove(BLACK);
+    thread_board.SideToMove = BLACK;
 }
 
 void Remove() {

@@ -82,17 +82,6 @@ bool TakeBackMove() {
     return true;
 }
 
-void SetSideToMove(Colour side) {
-    if (thread_board.SideToMove == side) {
-        return;
-    }
-    thread_board.SideToMove = side;
-    // The side now to move would take its own double push en passant: such a push must not stay the last move.
-    if (GamePly > 0 && IsDoublePush(GameHistory[GamePly - 1].move)) {
-        ClearHistory();
-    }
-}
-
 void LearnAbandonedGame() {
     if (!BookLearningPending() || thread_board.SideToMove == EngineSide || !CanTakeBack()) {
         return;

@@ -21,9 +21,6 @@ void PlayMove(Move move);
 /// Takes back the last move of the game; false when there is none.
 bool TakeBackMove();
 
-/// Gives the move to `side` without a move being made.
-void SetSideToMove(Colour side);
-
 /// A game that ends without a result: the book learns a draw, unless it has learnt already or the engine's move has
 /// not been the last. The board is as before afterwards.
 void LearnAbandonedGame();

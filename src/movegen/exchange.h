@@ -1,6 +1,6 @@
 // Small questions about thread_board that are asked without making a move: attacks, pins, checks, exchanges.
 // `us` is SideToMove, `them` the other colour. Nothing here changes anything, except that GivesCheck makes and
-// unmakes an en passant capture.
+// unmakes an en passant capture, which rewrites the free record GameHistory[GamePly].
 #pragma once
 
 #include "position/attacks.h"

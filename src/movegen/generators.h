@@ -21,7 +21,9 @@ void GenerateCaptures(Bitboard targets);
 /// The same without those of Safety 0.
 void GenerateSafeCaptures(Bitboard targets);
 
-/// Castling and every non-capture except promotions. The side to move must not be in check.
+/// Castling and every non-capture except promotions. Whether the king's own square is attacked is not asked: a caller
+/// in check drops castling, as it drops whatever else leaves the king attacked. The safe form leaves out moves of
+/// Safety 0.
 void GenerateQuiets(int plane);
 void GenerateSafeQuiets(int plane);
 

@@ -115,12 +115,14 @@ inline std::int32_t CaptureValue(Move move, std::int32_t& safety) {
     return losing;
 }
 
-/// Score of a capture, en passant or promotion. `safety` is SAFE or LOSING.
+/// Score of a capture, en passant or promotion. `safety` comes as SAFE or LOSING and may leave as
+/// LOSING_BUT_GOOD_RECORD.
 inline std::int32_t CaptureOrderScore(Move move, std::int32_t& safety) {
     return MoveCaptured(move) == NO_PIECE ? NO_VICTIM_SCORE : CaptureValue(move, safety);
 }
 
-/// Score of a quiet move: its history, with a bonus for the remembered continuation of the own last move.
+/// Score of a quiet move: its history, with a bonus for the remembered continuation of the own last move. Of `plane`
+/// only bit 0 counts; `inCheck` reads CHECK_PLANE in its place and gives no bonus.
 inline std::int32_t QuietOrderScore(Move move, int plane, bool inCheck, std::int32_t safety) {
     const std::int32_t history = QuietHistoryOf(move, inCheck ? CHECK_PLANE : plane & 1, safety != LOSING);
     if (inCheck || GamePly < 2) {
@@ -137,7 +139,7 @@ inline std::int32_t QuietOrderScore(Move move, int plane, bool inCheck, std::int
 }
 
 /// Score in the evasion stage: captures, then quiet evasions, then losing captures without a good record. A
-/// promotion on an empty square counts as quiet here.
+/// promotion on an empty square counts as quiet here. `safety` as for CaptureOrderScore.
 inline std::int32_t EvasionOrderScore(Move move, std::int32_t& safety) {
     if (MoveCaptured(move) != NO_PIECE) {
         const std::int32_t value = CaptureValue(move, safety);

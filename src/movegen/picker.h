@@ -24,7 +24,8 @@ inline constexpr std::uint8_t QFLAG_NO_CAPTURES = 2;
 /// Appends the next batch above MoveCount and returns its label, 0 when nothing is left. `stage` is the last
 /// value returned, STAGE_START at first. `futile` asks for checks in place of quiet moves; `plane` is the
 /// QuietHistory plane; `qflags` gets QFLAG_NO_CAPTURES when there are none; safeCaptures and safeQuiets leave
-/// out moves that lose material. The quiet batch repeats the table stages' moves: skip what WasTried says.
+/// out moves that lose material. The quiet batch repeats the table stages' moves: skip what WasTried says. Reads
+/// InCheck and ThreatMove of the ply; in check the one batch is GenerateEvasions, whatever else is asked for.
 int NextStage(int stage, bool futile, int plane, std::uint8_t& qflags, bool safeCaptures, bool safeQuiets);
 
 /// True when a remembered move could be played now, by the board alone: castling in full, any other move by its
@@ -44,11 +45,12 @@ bool WasTried(Move move);
 /// Brings the highest Score of MoveList[first..last) to `first`, by exchange; the first of equals wins.
 void SelectBest(int first, int last);
 
-/// (i + 1) squared for i = clamp((depth + 4) / 4, 0, 16).
+/// (i + 1) squared for i = clamp((depth + 4) / 4, 0, 16); depth in quarter plies.
 std::int32_t HistoryStepOf(std::int32_t depth);
 
-/// Rewards a quiet move that cut: history, killers, counter moves, follow-ups, refutations, evasions. The move
-/// must not stand on the board.
+/// Rewards a quiet move that cut at `depth` quarter plies: in check its history and the evasions; else history,
+/// killers, counter moves, follow-ups and, by ThreatMove of the ply, refutations. Of `plane` only bit 0 counts.
+/// Unknown `safety` is worked out first. The move must not stand on the board.
 void UpdateMoveStats(std::int32_t depth, Move move, int plane, bool inCheck, std::int32_t safety);
 
 /// Lowers the history of the quiet moves of MoveList[first..last), which were tried before a cut:

@@ -33,8 +33,8 @@ static_assert(sizeof(MoveEntry) == 12);
 /// MoveCount back before it returns.
 inline constexpr int MOVE_LIST_SIZE = 16384;
 
-/// Scratch windows high in the same array: for IsLegalMove at the prompt, and for the legal moves that
-/// HandleInput checks an incoming move against while the search runs.
+/// Scratch windows high in the same array: for IsLegalMove and HasLegalMove outside the search, and for the legal
+/// moves that HandleInput checks an incoming move against while the search runs.
 inline constexpr int LEGALITY_WINDOW = 5000;
 inline constexpr int INPUT_WINDOW = 14384;
 
@@ -88,43 +88,52 @@ extern PlyRecord PlyState[PLY_RECORDS];
 extern std::int32_t Ply;  // the root is ply 0
 
 // Progress of the search.
-extern std::uint64_t Nodes;
+extern std::uint64_t Nodes;     // of this search
 extern std::int32_t Iteration;  // 0-based; the reported depth is one more
-extern std::int32_t SelDepth;
-extern std::int32_t RootMoveIndex;
-extern std::int32_t RootMoveCount;
-extern std::int32_t RootScores[MAX_MOVES];
-extern std::int32_t RootGivesCheck[MAX_MOVES];
-extern std::int32_t FirstMoveDone;
-extern Colour EngineSide;
-extern std::int32_t RootGamePly;
-extern std::int32_t IterationLimit;  // the driver's depth argument; TIMED_SEARCH means by the clock
+extern std::int32_t SelDepth;   // highest ply of this iteration, at least the reported depth; 0 in the first report
+
+// The root. Scores and check marks stand beside the moves of MoveList, from 0 up.
+extern std::int32_t RootMoveIndex;              // root moves of this pass that are done: the place of the one in work
+extern std::int32_t RootMoveCount;              // once the tablebases have chosen
+extern std::int32_t RootScores[MAX_MOVES];      // EngineSide's view; RootProbeDtz and RootProbeWdl leave theirs
+extern std::int32_t RootGivesCheck[MAX_MOVES];  // 1 if the move gives check
+extern std::int32_t FirstMoveDone;              // 1 once a pass has left its first move; 0 throughout with MultiPV
+extern Colour EngineSide;                       // the side to move at the root
+extern std::int32_t RootGamePly;                // GamePly there; the `moves` command sets it too
+extern std::int32_t IterationLimit;             // the driver's depth argument; TIMED_SEARCH means by the clock
 inline constexpr std::int32_t TIMED_SEARCH = 999;
-extern std::int32_t PrevRootScore;
-extern std::int32_t PrevRootSide;  // a Colour; cleared to 0 by a new game
-extern std::int32_t SearchesDone;
-extern std::int32_t BookMovePlayed;
-extern std::int32_t RootInTablebase;
-extern std::int32_t NoTablebaseProbe;
-extern std::uint16_t TTGeneration;
-extern std::int64_t HashFullCount;
-extern std::uint64_t TbHits;
 
-// Pondering. Written by Think and the input handler.
-extern std::int32_t PonderSearch;
-extern std::int32_t UciPonder;
-extern std::int32_t PonderEnded;
-extern Move ReceivedMove;
-extern Move HintMove;
-extern Move PonderMove;
-extern std::int32_t HintSearch;
+// From one search to the next. The first two are cleared by SetupPosition, ForgetGame, CleanTables and the tools that
+// set up positions, the third by ForgetGame.
+extern std::int32_t PrevRootScore;  // of the last move decided on, PrevRootSide's view
+extern std::int32_t PrevRootSide;   // a Colour; 0 when cleared
+extern std::int32_t SearchesDone;   // single-PV searches since a new game or the last book move
 
-// Requests that a command leaves behind during a search; written by HandleInput.
+// The book, the tablebases and the transposition table in this search.
+extern std::int32_t BookMovePlayed;    // 1: the book has given the last search its move
+extern std::int32_t RootInTablebase;   // 1: the tablebases have settled the root's result
+extern std::int32_t NoTablebaseProbe;  // 1: nodes ask no tablebase: the root is settled, or there is none
+extern std::uint16_t TTGeneration;     // one up with each search; `edit`, making and clearing the table write it too
+extern std::int64_t HashFullCount;     // slots that this search has filled, free ones or of an older generation
+extern std::uint64_t TbHits;           // probes that answered in this search; root moves left by the filter count too
+
+// Pondering. Written by Think, the drivers, the poll and HandleInput, where no others are named.
+extern std::int32_t PonderSearch;  // 1 while thinking on an assumed move of the opponent, or in search of one
+extern std::int32_t UciPonder;     // 1 after `go ponder` until ponderhit or stop; new commands and refusals clear it
+extern std::int32_t PonderEnded;   // 1: ReceivedMove, if there is one, takes the place of the assumed move
+extern Move ReceivedMove;          // came in during a search, 0 for none; Analyze clears it and PonderEnded
+extern Move HintMove;              // the opponent's move that is assumed; Think alone writes it
+extern Move PonderMove;            // the reply to expect, 0 for none; cleared by Think, written by PrintPv
+extern std::int32_t HintSearch;    // 1 while a move to assume is searched for; 0 when the poll finds its time over
+
+// Requests that a command leaves behind during a search. Written by HandleInput; cleared by Think and Analyze, and
+// NewRequested by DeliverMove when it has served it.
 extern std::int32_t NewRequested;
 extern std::int32_t ExitRequested;
 extern std::int32_t UndoRequested;
 
-/// Best move of the last UCI search, for stop and ponderhit at the prompt; 0 for none.
+/// Best move of the last UCI search, for stop at the prompt; 0 for none. Set by DeliverMove and ponderhit; cleared by
+/// the next search, a refusal, `position` and `ucinewgame`.
 extern Move PendingBestMove;
 
 /// End of the legal moves that stand in MoveList from INPUT_WINDOW up while a search runs.

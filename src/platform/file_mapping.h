@@ -17,6 +17,7 @@ class OpenedFile {
 
     /// False where there is no such file, it is no regular file, or it may not be read.
     bool IsOpen() const { return handle_ != INVALID; }
+    /// What the system knows the open file by; it stays this object's. -1 if not open.
     std::intptr_t Handle() const { return handle_; }
 
   private:

@@ -21,7 +21,8 @@ extern Bitboard AdjacentFiles[64];
 extern Bitboard LightSquares;
 extern Bitboard DarkSquares;  // a1 is dark
 
-/// Squares from which the defending king catches a pawn: by colour of the pawn, side to move, pawn square.
+/// Squares from which the defending king catches a pawn: by colour of the pawn, side to move, pawn square. Empty for
+/// squares of the first and last rank.
 extern Bitboard PawnSquare[2][2][64];
 
 extern Bitboard SquaresAhead[64];   // the up to three squares on the next higher rank
@@ -33,10 +34,12 @@ extern Bitboard FileBehind[64];     // same file, lower ranks
 /// table.
 extern Bitboard KingOpposition[64];
 
-/// Class 0..5 of a byte of pawn files, bit 0 the a-file.
+/// Class of a byte of pawn files, bit 0 the a-file: 0 no pawns; 1 only the a- or only the h-file; 2 only b or only g;
+/// 3 only one of c to f; 4 just a and b, or just g and h; 5 anything else.
 extern std::int32_t PawnFileClass[256];
 
-/// Squares on which a rook is shut in by its own king: by colour, then the king's distance 0..2 from the edge.
+/// Squares on which a rook is shut in by its own king: by colour, then the king's distance 0..2 from the h-file for
+/// the kingside, from the a-file for the queenside.
 extern Bitboard KingsideRookTrap[2][3];
 extern Bitboard QueensideRookTrap[2][3];
 
@@ -45,11 +48,13 @@ extern Bitboard KingAttacks[64];
 extern Bitboard WhitePawnAttacks[64];  // also the squares from which a black pawn attacks the square
 extern Bitboard BlackPawnAttacks[64];
 extern Bitboard PassedMaskWhite[64];  // forward cone of a white pawn: its file and the files beside it
-extern Bitboard PassedMaskBlack[64];
+extern Bitboard PassedMaskBlack[64];  // the same of a black pawn, toward rank 1
 
 /// Half open: the first square and everything strictly between, not the second; empty for squares that are
 /// not on one line.
 extern Bitboard Between[64][64];
+
+/// The whole rectangle with the two squares in opposite corners, both included.
 extern Bitboard Rectangle[64][64];
 
 /// Rays by direction code -9..9: the squares from the square to the edge. Entry 64 of each row is empty, for a
@@ -103,7 +108,14 @@ inline Bitboard PawnAttacksFrom(int square) {
 /// milliseconds for the last thread to be scheduled.
 inline constexpr bool FORK_START_UP_LOOPS = false;
 
+/// The tables of this header down to QueensideRookTrap. Needs nothing.
 void InitializeBitMasks();
+
+/// KnightAttacks to RayTable. Needs InitializeBitMasks.
 void InitializeBitBoards();
+
+/// Direction to QueenEmptyAttacks. Needs the rays of InitializeBitBoards.
 void InitMagics();
+
+/// KnightDistance. Needs the KnightAttacks of InitializeBitBoards.
 void InitKnightDistance();

@@ -114,7 +114,7 @@ void PlacePiece(int square, Colour colour, int code);
 void RemovePiece(int square);
 
 /// Empties GameHistory and places the start position: the board part of a new game. What the rest of the
-/// engine forgets with it belongs to SetupStartPosition in frontend/game.h.
+/// engine forgets with it belongs to SetupStartPosition in search/front_end.h.
 void PlaceStartPosition();
 
 /// Empties GameHistory: GamePly and DroppedPlies become 0.
@@ -129,9 +129,10 @@ void MakeRoomInHistory();
 /// "Error when indexing material!" and keeps the value, so readers test with >=.
 void RecomputeMaterialIndex();
 
-/// Makes `move`, whose fields are believed: neither legality nor the board is looked at. With `save` zero the
-/// record at GamePly must already hold this position's state, as it does after a sibling's UnmakeMove. GamePly
-/// must be below HISTORY_RECORDS; MakeRoomInHistory and the bound on a search's plies see to that.
+/// Makes `move`, whose fields are believed: neither legality nor the board is looked at. The record at GamePly takes
+/// the move, and with `save` non-zero the state before it as well: all the other fields. With `save` zero it must
+/// already hold this position's state, as it does after a sibling's UnmakeMove. GamePly must be below
+/// HISTORY_RECORDS; MakeRoomInHistory and the bound on a search's plies see to that.
 void MakeMove(Move move, int save);
 
 /// Takes back the move of the record at GamePly - 1. GamePly must be above 0 and that move not a null move.
@@ -141,13 +142,15 @@ void UnmakeMove();
 /// changed the side to move; and for a double push that is known from a FEN only.
 bool CanTakeBack();
 
-/// Square of the pawn that has just made a double push and has a pawn of the side to move beside it, -1 if
+/// Square of the enemy pawn that has just made a double push and has a pawn of the side to move beside it, -1 if
 /// there is none: the one en-passant question. Whether a capture would be legal is not asked.
 inline int EnPassantPawn() {
     if (GamePly > 0 && IsDoublePush(GameHistory[GamePly - 1].move)) {
         const int pawn = MoveTo(GameHistory[GamePly - 1].move);
         const Bitboard beside = ((Bit(pawn) & ~FILE_A) >> 1) | ((Bit(pawn) & ~FILE_H) << 1);
-        if (beside & thread_board.Pieces[PAWN][thread_board.SideToMove]) {
+        // Commands that change the side to move can leave an own push as the last move.
+        const Bitboard own = thread_board.Pieces[PAWN][thread_board.SideToMove];
+        if ((beside & own) != 0 && (Bit(pawn) & own) == 0) {
             return pawn;
         }
     }

@@ -9,11 +9,13 @@
 inline constexpr int FEN_BUFFER = 128;
 
 /// Sets up thread_board from the four FEN fields in `text` (board, side, castling, en passant) and empties
-/// GameHistory; clocks are not read. Never fails: unknown characters are skipped, squares beyond the board
+/// GameHistory, except for the double push that an en-passant square tells of: a record with the move and nothing
+/// else. Clocks are not read. Never fails: unknown characters are skipped, squares beyond the board
 /// ignored, an en-passant square that fits no double push dropped, castling rights that do not fit the board
 /// removed; of fields that are missing, the side means White and the others nothing. A missing or doubled king
 /// is not looked for: see PositionIsPlayable in movegen/legal_moves.h.
-/// Does not touch what the search remembers of the last move; SetupPosition in frontend/game.h does.
+/// PrevRootScore and PrevRootSide, which belong to the position before, are the caller's to clear; SetupPosition in
+/// frontend/game.h does it.
 void SetupFen(std::string_view text);
 
 /// The position as "board side castling en-passant ", without clocks, followed by the plain text of `move` if

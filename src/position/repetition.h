@@ -24,7 +24,7 @@ void FreeReversibleMoveHash();
 void BuildReversibleMoveHash();
 
 /// The move word (from | to << 6 | piece << 12) whose making or unmaking changes PositionKey by `difference`,
-/// 0 if there is none.
+/// 0 if there is none. The table must have been allocated.
 Move ReversibleMoveOf(Key difference);
 
 /// True at the third occurrence of the position since the last irreversible move. Compares PositionKey, and

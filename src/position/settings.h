@@ -1,7 +1,9 @@
 // Process-wide settings and the limits of the search, plain integers that every room may read.
 //
-// Owner: position/settings.cpp. Written by the front end only: the defaults at start-up (AssignDefaults), the
-// configuration file, options and commands. Times are in centiseconds.
+// Owner: position/settings.cpp. Written by the front end: the defaults at start-up, the configuration file, options
+// and commands. Besides, Think puts TimeLeft and TimeLeftAfterInfinite back after a search and switches PostThinking
+// off while it looks for a hint; BookLearn sets BookLearnDone; OpenBook switches UseBookLearning and UseBookWeights
+// off for a book of version 0. Times are in centiseconds.
 #pragma once
 
 #include <cstdint>
@@ -59,7 +61,9 @@ extern std::int32_t ClockedDepth;
 /// What TimeLeft goes back to after an infinite search that stands alone; INFINITE_TIME keeps it.
 extern std::int32_t TimeLeftAfterInfinite;
 
-/// Assigns every default above except Aggressivity to VarietyOfPlay, which AssignStyleDefaults assigns after
-/// the tables stand: the two steps of the start-up order.
+/// The two steps of the start-up order. The first assigns the defaults of the settings above from OwnBook to FritzMode,
+/// TimeIncrement, MovesPerPeriod, NodeLimit, EGTBPath and ObeyEachGo; the second, after the tables stand, those from
+/// Aggressivity to VarietyOfPlay. The others get their first values where they are defined, or from StartEngine
+/// and SetupStartPosition.
 void AssignDefaults();
 void AssignStyleDefaults();

@@ -172,7 +172,8 @@ constexpr bool IsQuiet(Move move) {
     return !IsCaptureOrPromotion(move) && !IsEnPassant(move);
 }
 
-/// A move that can be undone by moving back: false for captures, promotions, pawn moves and the null move.
+/// False for captures, promotions, pawn moves and the null move. True for every other move of a piece, also for those
+/// that lose castling rights and for castling itself: who asks compares the rights where they matter.
 constexpr bool IsReversible(Move move) {
     return move != 0 && !IsCaptureOrPromotion(move) && (move & 0x7000) != 0x3000;
 }

@@ -3,12 +3,16 @@
 
 #include "movegen/search_records.h"
 
-/// Announces game ends, fills MoveList from 0 with the legal moves in their first order, sets RootScores,
-/// RootGivesCheck, EasyMove and the root's PlyState. Returns 1 when the side to move has no legal move, or none of
-/// those it was restricted to; else 0. The position must be playable.
+/// Announces game ends, unless pondering only assumes the position, and fills MoveList from 0 with the legal moves in
+/// their first order, restricted to SearchMoves if there are any. Sets RootScores (the head's from the table or the
+/// search before, the others 0), RootGivesCheck, EasyMove, the lazy window, Ply to 0 and the root's PlyState. Where
+/// the table has a move for the root the first report is made, with Iteration, SelDepth and RootMoveIndex 0; else
+/// Iteration stays at 10. Returns 1, without a report, when the side to move has no legal move, or none of those it
+/// was restricted to; else 0. The position must be playable and RootGamePly be GamePly.
 int PrepareRootMoves();
 
-/// True when the side to move has a legal move at all, asked for or not. MoveCount is given back as it was.
+/// True when the side to move has a legal move at all, asked for or not. Overwrites MoveList from LEGALITY_WINDOW up;
+/// MoveCount is given back as it was.
 bool HasLegalMove();
 
 /// Searches the position one ply below the root within the mate limits; value from the child's view. `safety` is

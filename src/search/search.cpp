@@ -536,7 +536,7 @@ std::int32_t Search(std::int32_t alphaOf, std::int32_t betaOf, std::int32_t dept
     // 22. No move is left
     MoveCount = node.listBase;
     if (node.tried == 0 && !LeavesMovesOut(node)) {
-        return 0;  // stalemate: a mated side has left in step 11
+        return 0;  // stalemate: a mated side has left for want of evasions
     }
     if (node.alpha > node.entryAlpha) {
         here.BestMove = node.bestMove;

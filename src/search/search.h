@@ -28,7 +28,7 @@ std::int32_t AnnotateMove(bool extAllowed, bool mateThreat, std::int32_t depth, 
 /// Estimated gain of a capture or promotion, centipawns. Refreshes the phase fields as a side effect.
 std::int32_t CaptureGain(Move move);
 
-/// Step 3 of both routines: true when the node is a draw by the fifty-move rule, by repetition or, with
+/// The draws by rule of both routines: true when the node is a draw by the fifty-move rule, by repetition or, with
 /// beta <= 0, by a forced return to an earlier position.
 bool IsDrawnBySearchRules(std::int32_t beta);
 

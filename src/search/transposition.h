@@ -35,19 +35,20 @@ struct TTEntry {
 #pragma pack(pop)
 static_assert(sizeof(TTEntry) == 26);
 
-/// Kinds of a store; 0 stores nothing but QFlags.
+/// Kinds of a store; 0 stores no score.
 enum BoundKind : int { BOUND_NONE = 0, BOUND_UPPER = 1, BOUND_LOWER = 2, BOUND_EXACT = 3 };
 
 /// Entries wanted; takes effect at AllocateTransposition. 0 gives an empty table that answers nothing. Written by
 /// the front end.
 extern std::int64_t TranspositionSize;
 
-// What the probes leave for their caller.
+// What the probes leave for their caller. Every probe writes QFlags and ProbeBest. The three between are the answer of
+// TTProbe: a hit of the other forms leaves them as they were, and a miss of any form sets ProbeValid to 0.
 extern std::uint8_t QFlags;      // of the entry, 0 on a miss
 extern std::int32_t ProbeValid;  // 1: a lower or exact bound at most two plies short of the asked depth
-extern std::int32_t ProbeDepth;  // that bound's depth, quarter plies
+extern std::int32_t ProbeDepth;  // that bound's depth, quarter plies; means nothing with ProbeValid 0
 extern std::int32_t ProbeLower;  // that bound's score as stored; exact wins over lower
-extern std::int32_t ProbeBest;   // for TTProbeQ: the lower bound of sufficient depth, else -MATE_SCORE
+extern std::int32_t ProbeBest;   // read by Quiescence: a lower or exact bound of sufficient depth, else -MATE_SCORE
 
 /// Allocates and clears TranspositionSize entries in place of the old table; false, and no table, when memory is
 /// short.
@@ -83,7 +84,7 @@ ProbeResult RootProbe(std::int32_t alpha, std::int32_t beta);
 /// Stores a result for the position. `tried` is the number of moves the node has searched, capped at 255; 0 keeps
 /// what the entry has. A move of 0 keeps the position's stored move. `score` is clamped to the form of its kind.
 /// Depths outside -12..243 are stored as the nearest of them. BOUND_NONE adds the QFlags to an entry that the
-/// position has already, and does nothing else.
+/// position has already and renews its generation, and does nothing else.
 void TTStore(std::int32_t depth, Move move, std::int32_t score, BoundKind kind, bool mateThreat, std::uint8_t qflags,
              std::int32_t tried);
 

@@ -31,15 +31,16 @@ struct FileCursor {
 
     /// Steps over `size` bytes, to which `data` then leads. False if there are not as many.
     bool Take(std::uint64_t size, const std::uint8_t*& data) {
-        if (at > bytes.size() || size > bytes.size() - at) {
+        if (size > bytes.size() - at) {
             return false;
         }
         data = bytes.data() + at;
         at += static_cast<std::size_t>(size);
         return true;
     }
-    std::span<const std::uint8_t> Rest() const { return bytes.subspan(std::min(at, bytes.size())); }
-    void Align(std::size_t boundary) { at = (at + boundary - 1) / boundary * boundary; }
+    std::span<const std::uint8_t> Rest() const { return bytes.subspan(at); }
+    /// What is empty needs no padding before it: a file may end short of the boundary.
+    void Align(std::size_t boundary) { at = std::min((at + boundary - 1) / boundary * boundary, bytes.size()); }
 };
 
 /// What the table's name tells of its sections.

@@ -7,7 +7,8 @@
 
 #include <cstdint>
 
-/// `success` of a probe. At 0 the result means nothing: a table is missing or cannot be used.
+/// `success` of a probe. At 0 the result means nothing: a table is missing or cannot be used. ProbeWdl and ProbeDtz set
+/// it to 1 first, whatever it was.
 enum ProbeSuccess : std::int32_t {
     PROBE_OTHER_SIDE = -1,  // only from ProbeDtzTable: the table holds the position for the other side to move
     PROBE_FAILED = 0,
@@ -31,7 +32,8 @@ std::int32_t ProbeDtz(std::int32_t& success);
 
 /// Filters the root moves MoveList[0 .. MoveCount - 1], RootGivesCheck beside them, by distance to zeroing, by win,
 /// draw and loss. Answers 1, and in `score` the root's value in centipawns. Answers 0, and the list is as it was, when
-/// a probe failed or no move would be left. RootScores are overwritten in any case, with distances or WDL values from
-/// the mover's side; Ply may be left at 1, and has to be put back to 0.
+/// a probe failed or no move would be left. RootScores are overwritten with distances or WDL values from the mover's
+/// side: not at all when the probe of the root itself fails, up to the move whose probe fails, else all of them. Ply
+/// may be left at 1, and has to be put back to 0; `score` means nothing with the answer 0.
 std::int32_t RootProbeDtz(std::int32_t& score);
 std::int32_t RootProbeWdl(std::int32_t& score);

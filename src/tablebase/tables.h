@@ -132,7 +132,8 @@ void ClearTablePaths();
 /// Opens the first file `name` + `suffix` that can be read, directories in their order; not open if there is none.
 OpenedFile OpenTableFile(const char* name, const char* suffix);
 
-/// Maps that file. False if there is none. Ends the process when the system refuses the mapping.
+/// Maps that file. False if there is none; true and no bytes for an empty one. Ends the process when the system refuses
+/// the mapping.
 bool MapTableFile(const char* name, const char* suffix, FileMapping& mapping);
 
 /// Gives the mapping back; nothing happens for an empty one.

@@ -176,6 +176,13 @@ TEST_F(Commands, TakingBackIsSafeAfterEverything) {
 TEST_F(Commands, AnOwnDoublePushIsNotTakenEnPassant) {
     Run({"position fen 4k3/8/8/8/3P4/8/4P3/4K3 w - -", "e2e4", "white"});
     EXPECT_FALSE(IsPlayableMove(BuildMove(27, 36, PAWN)));  // d4 behind its own neighbour
+    EXPECT_EQ(Fen(), "4k3/8/8/8/3PP3/8/8/4K3 w - - ");
+}
+
+// Front ends that name the colours change the side to move twice before `go`.
+TEST_F(Commands, ColoursNamedTwiceLeaveTheGameAsItWas) {
+    Run({"position startpos", "force", "e2e4", "a7a6", "e4e5", "d7d5", "black", "white", "e5d6", "c7d6", "remove"});
+    EXPECT_EQ(Fen(), "rnbqkbnr/1pp1pppp/p7/3pP3/8/8/PPPP1PPP/RNBQKBNR w KQkq d6 ");
 }
 
 TEST_F(Commands, OptionsAreClampedToWhatCanWork) {

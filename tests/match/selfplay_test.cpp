@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 namespace {
 
 TEST(SelfPlay, TheSameBytesByAnyNumberOfProcessesAndAfterAnInterruption) {
@@ -12,7 +14,7 @@ TEST(SelfPlay, TheSameBytesByAnyNumberOfProcessesAndAfterAnInterruption) {
     const auto run = [&](const std::string& out, const std::string& arguments) {
         const std::string command = "cd " + folder.Path() +
                                     " && " QUORVANTH_SELFPLAY_PROGRAM
-                                    " -openings openings.pgn -games 4 -nodes 200 -random 2 -out " +
+                                    " -openings openings.pgn -games 4 -nodes 200 -random 3 -balance 30 -out " +
                                     out + " " + arguments + " 2>error.txt";
         return std::system(command.c_str());
     };
@@ -21,6 +23,15 @@ TEST(SelfPlay, TheSameBytesByAnyNumberOfProcessesAndAfterAnInterruption) {
     const std::size_t third = games.find("[Round \"3\"]");
     ASSERT_NE(third, std::string::npos) << games;
     EXPECT_NE(games.find("[Round \"4\"]"), std::string::npos) << games;
+
+    std::size_t starts = 0;
+    for (std::size_t game = games.find("[Event "); game != std::string::npos; game = games.find("[Event ", game + 1)) {
+        const std::size_t comment = games.find('{', game);
+        ASSERT_NE(comment, std::string::npos);
+        EXPECT_LE(std::abs(std::stod(games.substr(comment + 1))), 0.30) << games.substr(game);
+        ++starts;
+    }
+    EXPECT_EQ(starts, 4U);
 
     ASSERT_EQ(run("three.pgn", "-processes 3"), 0) << folder.Read("error.txt");
     EXPECT_TRUE(folder.Read("three.pgn") == games);
