@@ -36,6 +36,7 @@ class Tuner {
     Report Run() {
         Report report{};
         scale_ = FitScale(Observations(0.0, false));
+        search_scale_ = FitScale(SearchObservations());
         report.scale = scale_;
         report.passes.push_back(Losses());
         report.calibration_before = Calibration();
@@ -82,9 +83,18 @@ class Tuner {
         const float weight = trusted ? static_cast<float>(settings_.trust) / 100.0F : 1.0F;
         std::vector<Observation> observations;
         for (std::size_t i = 0; i < samples_.size(); ++i) {
-            const double searched = blend > 0 ? ExpectedPoints(samples_[i].score, scale_) : 0.0;
+            const double searched = blend > 0 ? ExpectedPoints(samples_[i].score, search_scale_) : 0.0;
             const double target = (1 - blend) * static_cast<double>(samples_[i].result) + blend * searched;
             observations.push_back({scores_[i], static_cast<float>(target), IsHeldOut(samples_[i]) ? 0.0F : weight});
+        }
+        return observations;
+    }
+
+    /// What the searches said beside the results. They know more than the evaluation, and promise more by a pawn.
+    std::vector<Observation> SearchObservations() const {
+        std::vector<Observation> observations;
+        for (const Sample& sample : samples_) {
+            observations.push_back({static_cast<float>(sample.score), sample.result, IsHeldOut(sample) ? 0.0F : 1.0F});
         }
         return observations;
     }
@@ -265,7 +275,8 @@ class Tuner {
     std::vector<std::int32_t> origin_;  // values of the knobs before the first pass
     std::vector<double> steps_;
     std::vector<float> scores_;
-    double scale_ = 0;
+    double scale_ = 0;         // of the evaluation
+    double search_scale_ = 0;  // of the searches' scores
 };
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include "book/book.h"
 #include "book/learning.h"
+#include "frontend/game.h"
 #include "movegen/legal_moves.h"
 #include "movegen/score_history.h"
 #include "movegen/search_records.h"
@@ -27,7 +28,11 @@ void Learn(BookResult result) {
 /// A result seen by the engine. The book counts every one as a draw: what the engine itself lost or won, a score has
 /// told before.
 void Announce(const char* text) {
-    Learn(BOOK_DRAW);
+    if (HintSearch != 0) {
+        LearnDrawBehindOwnMove();  // the opponent is to move there
+    } else {
+        Learn(BOOK_DRAW);
+    }
     if (UciMode == 0) {
         std::puts(text);
         std::fflush(stdout);

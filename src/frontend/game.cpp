@@ -82,14 +82,20 @@ bool TakeBackMove() {
     return true;
 }
 
-void LearnAbandonedGame() {
-    if (!BookLearningPending() || thread_board.SideToMove == EngineSide || !CanTakeBack()) {
+void LearnDrawBehindOwnMove() {
+    if (!BookLearningPending() || !CanTakeBack()) {
         return;
     }
     const Move last = GameHistory[GamePly - 1].move;
     UnmakeMove();
     BookLearn(BOOK_DRAW);
     MakeMove(last, 1);
+}
+
+void LearnAbandonedGame() {
+    if (thread_board.SideToMove != EngineSide) {
+        LearnDrawBehindOwnMove();
+    }
 }
 
 void ForgetGame() {

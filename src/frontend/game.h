@@ -21,6 +21,10 @@ void PlayMove(Move move);
 /// Takes back the last move of the game; false when there is none.
 bool TakeBackMove();
 
+/// The book learns a draw where the engine's own move has been the last, unless it has learnt already. The board is as
+/// before afterwards.
+void LearnDrawBehindOwnMove();
+
 /// A game that ends without a result: the book learns a draw, unless it has learnt already or the engine's move has
 /// not been the last. The board is as before afterwards.
 void LearnAbandonedGame();

@@ -66,6 +66,8 @@ TEST_F(BookInPlay, EveryTriggerTeachesOnce) {
         {"mate", [] { Printed([] { AnnounceNoMoves(true); }); }, 1, 1},
         {"stalemate", [] { UciMode = 1, AnnounceNoMoves(false); }, 1, 1},
         {"fifty moves", [] { GameHistory[GamePly - 1].fifty = 100, Printed(AnnounceDraws); }, 1, 1},
+        {"in search of a hint",
+         [] { Deliver(0), HintSearch = 1, Printed([] { AnnounceNoMoves(false); }), HintSearch = 0; }, 1, 1},
         {"reset at a level score", [] { Deliver(0), Command("reset"); }, 1, 1},
         {"reset at another score", [] { Deliver(1), Command("reset"); }, 0, 0},
         {"another game", [] { Deliver(1), Command("ucinewgame"); }, 1, 1},
