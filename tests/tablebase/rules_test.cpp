@@ -66,13 +66,17 @@ void ExpectThatItFollows() {
 }
 
 TEST(Rules, EveryAnswerFollowsFromThoseAfterTheMoves) {
-    std::string path = QUORVANTH_SHARED "/syzygy";
-    if (!ListSharedTables()) {
-        ListTables(path = QUORVANTH_TEST_DATA "/syzygy");
+    const bool whole = ListSharedTables();
+    const std::string path = whole ? QUORVANTH_SHARED "/syzygy" : QUORVANTH_TEST_DATA "/syzygy";
+    if (!whole) {
+        ListTables(path);
     }
     const char* const wanted = std::getenv("QUORVANTH_RULE_POSITIONS");
     const int positions = wanted != nullptr ? std::atoi(wanted) : 300;
     for (const auto& file : std::filesystem::directory_iterator(path)) {
+        if (!whole && file.path().stem() == "KPPvK") {
+            continue;  // it promotes to tables that are not among the few
+        }
         std::mt19937 random(20250102);
         for (int n = 0; n < positions && file.path().extension() == ".rtbz"; ++n) {
             PlaceRandomly(file.path().stem(), n % 2 == 0 ? WHITE : BLACK, random);
